@@ -1,0 +1,38 @@
+# Brondel: `make run` and `make test` set everything up on a fresh Debian or Ubuntu machine.
+
+BUILD ?= build
+JOBS  ?= $(shell nproc 2>/dev/null || echo 2)
+CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=Release
+
+.PHONY: all deps configure build test run lint bench clean
+
+all: build
+
+deps:
+	@bash tools/install-deps.sh
+
+configure: deps
+	@cmake -S . -B $(BUILD) $(CMAKE_FLAGS) >/dev/null
+
+build: configure
+	@cmake --build $(BUILD) -j $(JOBS)
+
+# Tests that need a display carry the label "gl" and run under a virtual X server.
+test: build
+	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS) -LE gl
+	@cd $(BUILD) && if ctest -N -L gl | grep -q "Test *#"; then \
+	    xvfb-run -a -s "-screen 0 1280x1024x24" ctest --output-on-failure -L gl; fi
+
+run: build
+	@bash tools/run.sh $(BUILD)
+
+lint: configure
+	@bash tools/lint.sh $(BUILD)
+
+bench: deps
+	@cmake -S . -B $(BUILD)-bench -DCMAKE_BUILD_TYPE=Release -DBRONDEL_BUILD_BENCH=ON -DBRONDEL_BUILD_TESTS=ON >/dev/null
+	@cmake --build $(BUILD)-bench -j $(JOBS) --target brondel_bench
+	@$(BUILD)-bench/bin/brondel_bench
+
+clean:
+	@rm -rf $(BUILD) $(BUILD)-bench

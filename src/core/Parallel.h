@@ -1,0 +1,11 @@
+#pragma once
+#include <functional>
+
+// Splits [begin, end) into one contiguous block per worker thread and runs body(from, to) on each,
+// returning when all are done. The split is static, so work that writes disjoint ranges gives the
+// same bytes whatever the thread count.
+void ParallelFor(int begin, int end, const std::function<void(int from, int to)>& body);
+
+// Threads ParallelFor uses: the hardware's count unless set. 1 runs everything on the caller.
+int GetWorkerThreadCount();
+void SetWorkerThreadCount(int count); // 0 restores the hardware's count

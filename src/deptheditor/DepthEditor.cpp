@@ -1,0 +1,3 @@
+#include "deptheditor/DepthEditor.h"
+
+DepthEditor::DepthEditor(int, int, ImageProcessor*) {}

@@ -1,0 +1,72 @@
+#include "processing/ImageBuffers.h"
+
+#include "core/Image.h"
+#include "core/Parallel.h"
+
+namespace
+{
+int ChannelOffset(Channel channel)
+{
+    return channel == Channel::Green ? 1 : channel == Channel::Blue ? 2 : 0;
+}
+} // namespace
+
+std::vector<std::uint8_t> ReadChannelBytes(const Image& image, Channel channel, int width, int height)
+{
+    std::vector<std::uint8_t> out(static_cast<std::size_t>(width) * height);
+    if (!image.HasPlanes())
+        return out;
+    const bool isAlpha = channel == Channel::Alpha;
+    const PlaneView<const std::uint8_t> plane = isAlpha ? image.AlphaView() : image.ColourView();
+    const int step = isAlpha ? 1 : 3;
+    const int offset = isAlpha ? 0 : ChannelOffset(channel);
+    const bool direct = plane.width >= width && plane.height >= height;
+    ParallelFor(0, height, [&](int from, int to) {
+        for (int y = from; y < to; ++y)
+        {
+            std::uint8_t* dst = out.data() + static_cast<std::size_t>(y) * width;
+            const std::uint8_t* row = plane.Row(direct ? y : image.MapY(y)) + offset;
+            if (direct)
+                for (int x = 0; x < width; ++x)
+                    dst[x] = row[step * x];
+            else
+                for (int x = 0; x < width; ++x)
+                    dst[x] = row[step * image.MapX(x)];
+        }
+    });
+    return out;
+}
+
+std::vector<float> ReadChannel(const Image& image, Channel channel, int width, int height)
+{
+    const std::vector<std::uint8_t> bytes = ReadChannelBytes(image, channel, width, height);
+    std::vector<float> out(bytes.size());
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+        out[i] = Image::ByteToChannel(bytes[i]);
+    return out;
+}
+
+Image* MakeGreyImage(const float* values, int width, int height)
+{
+    auto* image = new Image(width, height);
+    PlaneView<std::uint8_t> colour = image->ColourView();
+    PlaneView<std::uint8_t> alpha = image->AlphaView();
+    ParallelFor(0, height, [&](int from, int to) {
+        for (int y = from; y < to; ++y)
+        {
+            const float* src = values + static_cast<std::size_t>(y) * width;
+            std::uint8_t* rgb = colour.Row(y);
+            std::uint8_t* a = alpha.Row(y);
+            for (int x = 0; x < width; ++x)
+            {
+                const std::uint8_t v = Image::ChannelToByte(src[x]);
+                rgb[3 * x] = v;
+                rgb[3 * x + 1] = v;
+                rgb[3 * x + 2] = v;
+                a[x] = 255;
+            }
+        }
+    });
+    image->MarkChanged();
+    return image;
+}

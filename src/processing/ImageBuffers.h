@@ -1,0 +1,23 @@
+#pragma once
+#include <cstdint>
+#include <vector>
+
+class Image;
+
+// Bulk conversions between images and the flat row-major arrays the kernels work on. Reads sample
+// a width x height grid exactly as Image::GetPixel would, clamping or wrapping beyond the image's
+// own edges; writes store what Image::SetPixel would.
+
+enum class Channel
+{
+    Red,
+    Green,
+    Blue,
+    Alpha
+};
+
+std::vector<float> ReadChannel(const Image& image, Channel channel, int width, int height);
+std::vector<std::uint8_t> ReadChannelBytes(const Image& image, Channel channel, int width, int height);
+
+// A new image whose pixels are (v, v, v, 1).
+Image* MakeGreyImage(const float* values, int width, int height);

@@ -1,0 +1,219 @@
+#include "processing/ImageProcessor.h"
+
+#include "core/Image.h"
+#include "deptheditor/DepthEditor.h"
+#include "sets/LogOutput.h"
+
+#include <iostream>
+
+ImageProcessor::ImageProcessor(MessageCallback callback, std::string root, LogOutput* logOutput)
+    : rootPath(std::move(root)), log(logOutput), messageCallback(std::move(callback))
+{
+}
+
+ImageProcessor::~ImageProcessor() = default;
+
+void ImageProcessor::Log(const std::string& text) const
+{
+    if (log)
+        log->AppendText(text);
+    else
+        LogOutput().AppendText(text);
+}
+
+void ImageProcessor::ReportError(const std::string& message, const std::string& title) const
+{
+    if (messageCallback)
+        messageCallback(message, title);
+}
+
+void ImageProcessor::SetImage(Image* image, ImageType type)
+{
+    images[type].reset(image);
+    loadedTypes.set(type);
+}
+
+void ImageProcessor::LoadImageByName(ImageType type, std::string filename, bool flipY)
+{
+    images[type] = std::make_unique<Image>(filename);
+    loadedTypes.set(type);
+    if (!images[type]->HasPlanes())
+        LoadDefaultImage(type);
+
+    if (type == Normal && IsLoaded(Normal))
+        PopulateNormalArrayFromMap(flipY);
+    if (type == Depth && IsLoaded(Depth))
+        PopulateDepthArrayFromMap();
+    if (type == Palette)
+        images[type]->SetVerticalWrap(false);
+    ComputeBestDimensions();
+}
+
+void ImageProcessor::LoadDefaultImage(ImageType type)
+{
+    const char* file = "Black.png";
+    switch (type)
+    {
+    case Diffuse:
+    case Specular:
+    case AO:
+        file = "White.png";
+        break;
+    case Normal:
+        file = "NormalBlue.png";
+        break;
+    default:
+        break;
+    }
+    images[type] = std::make_unique<Image>(rootPath + "BlankTextures" + "/" + file);
+    loadedTypes.reset(type);
+    // Without its placeholder a slot has no pixels at all; that is a broken installation, not bad
+    // input, so the artist is told.
+    if (!images[type]->HasPlanes())
+        ReportError("Error! Couldn't find one of the default (blank) textures.", "Default map not found!");
+}
+
+bool ImageProcessor::SufficientLightingProfiles() const
+{
+    return (IsLoaded(Left) || IsLoaded(Right)) && (IsLoaded(Top) || IsLoaded(Bottom));
+}
+
+bool ImageProcessor::DoLightingProfilesMatch() const
+{
+    if (!IsLoaded(Left) && !IsLoaded(Right))
+        return false;
+    const Image* reference = IsLoaded(Left) ? GetImage(Left) : GetImage(Right);
+    for (const ImageType type : {Front, Left, Right, Bottom, Top})
+    {
+        if (!IsLoaded(type))
+            continue;
+        const Image* profile = GetImage(type);
+        if (profile->GetWidth() != reference->GetWidth() || profile->GetHeight() != reference->GetHeight())
+            return false;
+    }
+    return true;
+}
+
+void ImageProcessor::ComputeBestDimensions()
+{
+    for (const ImageType type : {Normal, Left, Right, Depth, AO})
+    {
+        if (IsLoaded(type) && GetImage(type) != nullptr)
+        {
+            width = GetImage(type)->GetWidth();
+            height = GetImage(type)->GetHeight();
+            return;
+        }
+    }
+    width = 0;
+    height = 0;
+}
+
+void ImageProcessor::ComputeMipCount()
+{
+    if (width == 0 || height == 0)
+    {
+        mipCount = 0;
+        return;
+    }
+    mipCount = 1;
+    int w = width;
+    int h = height;
+    while (w % 2 == 0 && h % 2 == 0)
+    {
+        w /= 2;
+        h /= 2;
+        ++mipCount;
+    }
+    std::cout << "Mip count calculated at " << mipCount << std::endl;
+}
+
+void ImageProcessor::InitialiseArrays()
+{
+    ComputeBestDimensions();
+    ComputeMipCount();
+    InitialiseMemory();
+}
+
+void ImageProcessor::InitialiseMemory()
+{
+    if (memoryInitialised)
+        ClearMemory();
+    std::cout << "initialing memory." << std::endl;
+    for (int level = 0; level < mipCount; ++level)
+    {
+        const std::size_t size = static_cast<std::size_t>(MipWidth(level)) * MipHeight(level);
+        normalArrays.emplace_back(size);
+        depthArrays.emplace_back(size);
+    }
+    anisotropyArray.assign(static_cast<std::size_t>(width) * height, Vector2D());
+    memoryInitialised = true;
+    allocatedMipCount = mipCount;
+}
+
+void ImageProcessor::ClearMemory()
+{
+    if (!memoryInitialised)
+        return;
+    std::cout << "Clearing memory" << std::endl;
+    anisotropyArray = {};
+    normalArrays.clear();
+    depthArrays.clear();
+    memoryInitialised = false;
+    allocatedMipCount = 0;
+}
+
+Vector3D* ImageProcessor::GetNormalArray(int level)
+{
+    if (level < 0 || level >= static_cast<int>(normalArrays.size()))
+        return nullptr;
+    return normalArrays[static_cast<std::size_t>(level)].data();
+}
+
+float* ImageProcessor::GetDepthArray(int level)
+{
+    if (level < 0 || level >= static_cast<int>(depthArrays.size()))
+        return nullptr;
+    return depthArrays[static_cast<std::size_t>(level)].data();
+}
+
+bool ImageProcessor::DiffuseMatchesWorkingSize() const
+{
+    const Image* diffuse = GetImage(Diffuse);
+    return IsLoaded(Diffuse) && diffuse != nullptr && diffuse->GetWidth() == width &&
+           diffuse->GetHeight() == height;
+}
+
+void ImageProcessor::ClearDepthMap()
+{
+    for (std::vector<float>& level : depthArrays)
+        std::fill(level.begin(), level.end(), 0.0f);
+    ClearDepthEditor();
+}
+
+void ImageProcessor::ClearDepthEditor()
+{
+    if (!depthEditor)
+        return;
+    ComputeBestDimensions();
+    depthEditor.reset();
+}
+
+void ImageProcessor::CreateEmptyDepthMapIfNeeded()
+{
+    ComputeBestDimensions();
+    if (IsLoaded(Depth))
+        return;
+    SetImage(new Image(width, height), Depth);
+    PopulateDepthArrayFromMap();
+    InitialiseDepthEditor();
+}
+
+void ImageProcessor::InitialiseDepthEditor()
+{
+    const Image* depth = GetImage(Depth);
+    const int editorWidth = depth && depth->HasPlanes() ? depth->GetWidth() : width;
+    const int editorHeight = depth && depth->HasPlanes() ? depth->GetHeight() : height;
+    depthEditor = std::make_unique<DepthEditor>(editorWidth, editorHeight, this);
+    depthEditorActive = 0;
+}

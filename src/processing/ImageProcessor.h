@@ -1,0 +1,130 @@
+#pragma once
+#include "core/Vector2D.h"
+#include "core/Vector3D.h"
+#include "sets/ImageType.h"
+
+#include <array>
+#include <bitset>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+class DepthEditor;
+class EdgeArray;
+class Image;
+class LogOutput;
+
+// Everything one image set owns while it is worked on: the 18 images (inputs, placeholders and
+// generated maps), which of them are real, the working resolution with its mip pyramid of normal and
+// depth arrays, the anisotropy array and the depth editor. The generators are its operations; their
+// arithmetic lives in the kernel files beside it, over plain row-major buffers.
+class ImageProcessor
+{
+public:
+    // Shows a failure to the user: (message text, title).
+    using MessageCallback = std::function<void(std::string, std::string)>;
+
+    ImageProcessor(MessageCallback messageCallback, std::string rootPath, LogOutput* log);
+    ~ImageProcessor();
+    ImageProcessor(const ImageProcessor&) = delete;
+    ImageProcessor& operator=(const ImageProcessor&) = delete;
+
+    void SetMessageCallback(MessageCallback callback) { messageCallback = std::move(callback); }
+    void SetLog(LogOutput* logOutput) { log = logOutput; }
+
+    // --- Images and their presence flags
+    // Takes ownership of the image, replacing the slot's occupant, and marks the kind as loaded.
+    void SetImage(Image* image, ImageType type);
+    Image* GetImage(ImageType type) const { return images[type].get(); }
+    // True when the slot holds a real input or a generated map, false for a placeholder.
+    bool IsLoaded(ImageType type) const { return loadedTypes.test(type); }
+    void LoadImageByName(ImageType type, std::string filename, bool flipY);
+    void LoadDefaultImage(ImageType type);
+    bool SufficientLightingProfiles() const;
+    bool DoLightingProfilesMatch() const;
+
+    // --- Working resolution and memory
+    int GetWidth() const { return width; }
+    int GetHeight() const { return height; }
+    int GetMipCount() const { return mipCount; }
+    int GetAllocatedMipCount() const { return allocatedMipCount; }
+    bool IsMemoryInitialised() const { return memoryInitialised; }
+    void ComputeBestDimensions();
+    void ComputeMipCount();
+    void InitialiseArrays();
+    void InitialiseMemory();
+    void ClearMemory();
+    // Size of mip level `level` of the working resolution.
+    int MipWidth(int level) const { return width >> level; }
+    int MipHeight(int level) const { return height >> level; }
+    // Null when the level does not exist.
+    Vector3D* GetNormalArray(int level);
+    float* GetDepthArray(int level);
+    Vector2D* GetAnisotropyArray() { return anisotropyArray.empty() ? nullptr : anisotropyArray.data(); }
+
+    // --- Depth editor housekeeping
+    DepthEditor* GetDepthEditor() const { return depthEditor.get(); }
+    void ClearDepthMap();
+    void ClearDepthEditor();
+    void CreateEmptyDepthMapIfNeeded();
+    void InitialiseDepthEditor();
+    void MarkDepthEdited() { depthEditorActive = 1; }
+    bool HasDepthBeenEdited() const { return depthEditorActive != 0; }
+
+    // --- Normals
+    void GenerateNormals(float bend, float rotationDirection, float rotationAmount, bool autofixFlatNormals,
+                         bool flipY);
+    void PopulateNormalMapFromArray(bool flipY);
+    void PopulateNormalArrayFromMap(bool flipY);
+    void CalculateNormalMips();
+
+    // --- Depth
+    void GenerateDepthMapFromNormals(int refinementSteps, bool respectSelectedEdges, float lowFrequencyEmphasis);
+    void RefineDepthFromNormal(int steps, int level, EdgeArray* edges, bool respectSelectedEdges);
+    void InflateDepthMip(int level, float factor);
+    Vector2D GetRise(int x, int y, int level);
+    void PopulateDepthMapFromArray();
+    void PopulateDepthArrayFromMap();
+    float GetDepthAt(float u, float v);
+    float GetDepthMin() const { return depthMin; }
+    float GetDepthMax() const { return depthMax; }
+    float GetDepthRange() const { return depthRange; }
+
+    // --- Ambient occlusion
+    void GenerateAOFromDepth(float coneGradient, int boxSize, int stepSize, float ambientLightFlatness);
+
+    // --- Palette and index maps
+    bool CreatePaletteFromDiffuseMap(int paletteHeight, bool sampleLighting);
+    void GeneratePaletteIndex();
+
+    // --- Anisotropy
+    void GenerateAnisotropyMap(int expansionCount, int outputFormat);
+    void PopulateAnisotropyArray();
+    void ExpandAnisotropyArray(Vector2D* values, int arrayWidth, int arrayHeight);
+
+private:
+    void Log(const std::string& text) const;
+    void ReportError(const std::string& message, const std::string& title) const;
+    // True when a Diffuse image of exactly the working resolution can mask transparent pixels.
+    bool DiffuseMatchesWorkingSize() const;
+
+    int width = 0;
+    int height = 0;
+    int mipCount = 0;
+    int allocatedMipCount = 0;
+    std::array<std::unique_ptr<Image>, kImageTypeCount> images;
+    std::bitset<kImageTypeCount> loadedTypes;
+    std::vector<std::vector<Vector3D>> normalArrays;
+    std::vector<std::vector<float>> depthArrays;
+    std::vector<Vector2D> anisotropyArray;
+    bool memoryInitialised = false;
+    std::string rootPath;
+    LogOutput* log = nullptr;
+    std::unique_ptr<DepthEditor> depthEditor;
+    float depthMin = 0.0f;
+    float depthMax = 1.0f;
+    float depthRange = 1.0f;
+    MessageCallback messageCallback;
+    int depthEditorActive = 0;
+};

@@ -1,0 +1,3 @@
+#include "processing/ImageProcessor.h"
+
+void ImageProcessor::GenerateAOFromDepth(float, int, int, float) {}

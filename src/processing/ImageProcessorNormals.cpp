@@ -1,0 +1,108 @@
+#include "processing/ImageProcessor.h"
+
+#include "core/Image.h"
+#include "processing/ImageBuffers.h"
+#include "processing/NormalKernels.h"
+
+#include <sstream>
+
+void ImageProcessor::GenerateNormals(float bend, float rotationDirection, float rotationAmount,
+                                     bool autofixFlatNormals, bool flipY)
+{
+    Log("Generating normals from lighting profiles...");
+    InitialiseArrays();
+    Vector3D* normals = GetNormalArray(0);
+    if (normals == nullptr)
+        return;
+
+    std::vector<float> profiles[5];
+    const auto profile = [&](ImageType type) -> const float* {
+        if (!IsLoaded(type))
+            return nullptr;
+        profiles[type] = ReadChannel(*GetImage(type), Channel::Red, width, height);
+        return profiles[type].data();
+    };
+    NormalInputs in;
+    in.width = width;
+    in.height = height;
+    in.left = profile(Left);
+    in.right = profile(Right);
+    in.top = profile(Top);
+    in.bottom = profile(Bottom);
+    in.front = profile(Front);
+    std::vector<std::uint8_t> mask;
+    if (DiffuseMatchesWorkingSize())
+    {
+        mask = ReadChannelBytes(*GetImage(Diffuse), Channel::Alpha, width, height);
+        in.mask = mask.data();
+    }
+
+    const float largest = ComputeProfileSlopes(in, normals);
+    const float flatFactor = 0.9f / largest;
+    std::ostringstream line;
+    line << "Maximum flat magnitude is " << largest;
+    Log(line.str());
+    line.str({});
+    line << "Multiplying flat magnitude by " << flatFactor;
+    Log(line.str());
+
+    FinishNormals(in, {bend, rotationDirection, rotationAmount, autofixFlatNormals}, flatFactor, normals);
+    CalculateNormalMips();
+    PopulateNormalMapFromArray(flipY);
+    Log("Normal map calculations completed.");
+}
+
+void ImageProcessor::PopulateNormalMapFromArray(bool flipY)
+{
+    const Vector3D* normals = GetNormalArray(0);
+    if (normals == nullptr)
+        return;
+    Log("Creating normal map from normal array...");
+    auto normalMap = std::make_unique<Image>(width, height);
+    auto normalOpacity = std::make_unique<Image>(width, height);
+    std::vector<std::uint8_t> opacity;
+    if (IsLoaded(Diffuse))
+        opacity = ReadChannelBytes(*GetImage(Diffuse), Channel::Alpha, width, height);
+    EncodeNormalMaps(normals, width, height, flipY, opacity.empty() ? nullptr : opacity.data(), *normalMap,
+                     *normalOpacity);
+    SetImage(normalMap.release(), Normal);
+    SetImage(normalOpacity.release(), NormalOpacity);
+    Log("Normal map created.");
+}
+
+void ImageProcessor::PopulateNormalArrayFromMap(bool flipY)
+{
+    Log("Populating normal array from image...");
+    InitialiseArrays();
+    const Image* map = GetImage(Normal);
+    Vector3D* normals = GetNormalArray(0);
+    if (map == nullptr || !map->HasPlanes() || normals == nullptr)
+        return;
+    const std::vector<float> r = ReadChannel(*map, Channel::Red, width, height);
+    const std::vector<float> g = ReadChannel(*map, Channel::Green, width, height);
+    const std::vector<float> b = ReadChannel(*map, Channel::Blue, width, height);
+    for (std::size_t i = 0; i < r.size(); ++i)
+    {
+        Vector3D n = Colour(r[i], g[i], b[i]).GetAsNormal();
+        if (flipY)
+            n.y = -n.y;
+        normals[i] = n;
+    }
+    CalculateNormalMips();
+    Log("Normal array populated.");
+}
+
+void ImageProcessor::CalculateNormalMips()
+{
+    std::ostringstream line;
+    line << "Calculating normal mips for resolution: " << width << "x" << height;
+    Log(line.str());
+    if (mipCount < 2)
+        return;
+    for (int level = 0; level + 1 < mipCount; ++level)
+        DownsampleNormals(GetNormalArray(level), MipWidth(level), GetNormalArray(level + 1), MipWidth(level + 1),
+                          MipHeight(level + 1));
+    line.str({});
+    line << "New mip levels generated: " << mipCount - 1;
+    Log(line.str());
+}

@@ -1,0 +1,4 @@
+#include "processing/ImageProcessor.h"
+
+bool ImageProcessor::CreatePaletteFromDiffuseMap(int, bool) { return false; }
+void ImageProcessor::GeneratePaletteIndex() {}
