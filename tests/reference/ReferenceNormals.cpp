@@ -1,0 +1,104 @@
+#include "reference/ReferenceNormals.h"
+
+#include "core/Image.h"
+#include "core/TransformMatrix.h"
+
+#include <algorithm>
+#include <cmath>
+
+std::vector<Vector3D> ReferenceGenerateNormals(const ReferenceNormalInputs& in, float bend, float rotationDirection,
+                                               float rotationAmount, bool autofixFlatNormals)
+{
+    const int w = in.width;
+    const int h = in.height;
+    std::vector<Vector3D> normals(static_cast<std::size_t>(w) * h);
+    const bool useMask = in.diffuse && in.diffuse->GetWidth() == w && in.diffuse->GetHeight() == h;
+
+    float maxFlat = 0.0f;
+    for (int x = 0; x < w; ++x)
+        for (int y = 0; y < h; ++y)
+        {
+            float l = 0, r = 0, t = 0, b = 0;
+            if (in.left && in.right)
+            {
+                l = in.left->GetPixel(x, y).r;
+                r = in.right->GetPixel(x, y).r;
+            }
+            else if (in.right)
+            {
+                r = in.right->GetPixel(x, y).r;
+                l = 1.0f - r;
+            }
+            else if (in.left)
+            {
+                l = in.left->GetPixel(x, y).r;
+                r = 1.0f - l;
+            }
+            if (in.top && in.bottom)
+            {
+                t = in.top->GetPixel(x, y).r;
+                b = in.bottom->GetPixel(x, y).r;
+            }
+            else if (in.bottom)
+            {
+                b = in.bottom->GetPixel(x, y).r;
+                t = 1.0f - b;
+            }
+            else if (in.top)
+            {
+                t = in.top->GetPixel(x, y).r;
+                b = 1.0f - t;
+            }
+            Vector3D& n = normals[static_cast<std::size_t>(y) * w + x];
+            n.x = r - l;
+            n.y = t - b;
+            if (!(useMask && in.diffuse->GetPixel(x, y).a == 0.0f))
+                maxFlat = std::max(maxFlat, std::sqrt(n.x * n.x + n.y * n.y));
+        }
+
+    const float flatFactor = 0.9f / maxFlat;
+    const float theta = (rotationDirection - 90.0f) * 0.017453333f;
+    TransformMatrix rotation;
+    rotation.MakeRotationAboutAxis(Vector3D(std::cos(theta), std::sin(theta), 0.0f), 0.017453333f * rotationAmount);
+
+    for (int x = 0; x < w; ++x)
+        for (int y = 0; y < h; ++y)
+        {
+            Vector3D& n = normals[static_cast<std::size_t>(y) * w + x];
+            if (useMask && in.diffuse->GetPixel(x, y).a == 0.0f)
+            {
+                n = Vector3D(0, 0, 1);
+                continue;
+            }
+            float nx = n.x;
+            float ny = n.y;
+            float nz;
+            if (in.front)
+                nz = in.front->GetPixel(x, y).r * bend;
+            else
+            {
+                if (autofixFlatNormals)
+                {
+                    const float ax = std::fabs(nx);
+                    const float ay = std::fabs(ny);
+                    float scale;
+                    if (nx == 0.0f && ny == 0.0f)
+                        scale = 0.999f * flatFactor + 0.0009999871f;
+                    else
+                    {
+                        const float ratio = ay > ax ? ax / ay : ay / ax;
+                        const float t = 0.333f * (ratio + 2.0f);
+                        scale = t * flatFactor + (1.0f - t);
+                    }
+                    nx *= scale;
+                    ny *= scale;
+                }
+                const float m = std::sqrt(nx * nx + ny * ny);
+                nz = m < 0.01f ? 1.0f : m > 0.99f ? 0.0f : std::sqrt(1.0f - nx * nx - ny * ny);
+                nz = nz * bend * 0.6f;
+            }
+            const Vector3D v = Vector3D(nx, ny, nz) * rotation;
+            n = v.GetMagnitude() < 0.01f ? Vector3D(0, 0, 1) : v.GetNormalised();
+        }
+    return normals;
+}

@@ -1,0 +1,17 @@
+#pragma once
+#include "sets/LogOutput.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+// A log window that keeps its lines, so tests can check what a generator reported.
+class RecordingLog : public LogWindow
+{
+public:
+    void AppendLine(const std::string& text) override { lines.push_back(text); }
+    bool Contains(const std::string& line) const { return std::find(lines.begin(), lines.end(), line) != lines.end(); }
+
+    std::vector<std::string> lines;
+    LogOutput output{this};
+};
