@@ -9,8 +9,7 @@
 #include <sstream>
 #include <vector>
 
-namespace
-{
+namespace {
 // Float to unsigned conversion of a negative, huge or not-a-number value is undefined in C++;
 // such colours hash to the ends of the range instead.
 std::uint64_t TruncateToUnsigned(double value)
@@ -98,7 +97,8 @@ Colour Colour::operator*(const float& factor) const
 
 bool Colour::operator==(const Colour& other) const
 {
-    return std::fabs(r - other.r) + std::fabs(g - other.g) + std::fabs(b - other.b) + std::fabs(a - other.a) < 0.01f;
+    return std::fabs(r - other.r) + std::fabs(g - other.g) + std::fabs(b - other.b) + std::fabs(a - other.a) <
+           0.01f;
 }
 
 bool Colour::operator<(const Colour& other) const
@@ -142,8 +142,7 @@ std::uint64_t ColourHash::operator()(const Colour& colour) const
     return TruncateToUnsigned((static_cast<double>(colour.r + colour.g + colour.b) + 1.0) * 200.0);
 }
 
-namespace QtBD
-{
+namespace QtBD {
 QColor BDToQt(Colour colour)
 {
     // QColor refuses channels outside 0..255, which unclamped colours can produce.

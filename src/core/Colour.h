@@ -57,8 +57,7 @@ struct ColourHash
     std::uint64_t operator()(const Colour& colour) const;
 };
 
-namespace QtBD
-{
+namespace QtBD {
 QColor BDToQt(Colour colour);
 Colour QtToBD(QColor colour);
 } // namespace QtBD

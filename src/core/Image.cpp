@@ -9,8 +9,7 @@
 
 #include <atomic>
 
-namespace
-{
+namespace {
 // Each image starts its revisions in a block of its own, so a texture cache keyed on revisions never
 // mistakes a new image for an old one at the same address.
 std::uint64_t NewRevisionBlock()
@@ -41,7 +40,8 @@ bool FormatKeepsAlpha(const QByteArray& format)
 }
 } // namespace
 
-Image::Image(int width, int height) : colour(NewColourPlane(width, height)), alpha(NewAlphaPlane(width, height))
+Image::Image(int width, int height)
+    : colour(NewColourPlane(width, height)), alpha(NewAlphaPlane(width, height))
 {
     revision = NewRevisionBlock();
     if (colour->isNull() || alpha->isNull())

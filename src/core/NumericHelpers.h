@@ -6,7 +6,7 @@ float DegToRad(float degrees);
 float RadToDeg(float radians);
 
 // The random helpers use the C library's process-wide rand() seed; nothing here seeds it.
-int GetRandomInt(int low, int high);        // inclusive of both ends
+int GetRandomInt(int low, int high);         // inclusive of both ends
 float GetRandomFloat(float low, float high); // never quite reaches high
 double GetRandomDouble(double low, double high);
 

@@ -5,8 +5,7 @@
 #include <thread>
 #include <vector>
 
-namespace
-{
+namespace {
 std::atomic<int> requestedThreads{0};
 }
 

@@ -5,8 +5,7 @@
 #include <QFileInfo>
 #include <QImageReader>
 
-namespace
-{
+namespace {
 std::string WithSlash(const QString& folder)
 {
     QString path = QDir::cleanPath(folder);

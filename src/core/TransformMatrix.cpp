@@ -82,7 +82,8 @@ void TransformMatrix::MakeUniformScale(float s)
     At(3, 3) = s;
 }
 
-void TransformMatrix::MakePerspectiveProjection(float aspect, float nearPlane, float farPlane, float fieldOfView)
+void TransformMatrix::MakePerspectiveProjection(float aspect, float nearPlane, float farPlane,
+                                                float fieldOfView)
 {
     MakeIdentity();
     const float t = std::tan(fieldOfView * 0.5f);
@@ -144,8 +145,7 @@ void TransformMatrix::Transpose()
     *this = t;
 }
 
-namespace
-{
+namespace {
 // Cofactor expansion of the 4x4 matrix into its adjugate; exact up to float rounding.
 std::array<float, 16> Adjugate(const TransformMatrix& a, float& determinant)
 {

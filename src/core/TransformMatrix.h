@@ -11,26 +11,38 @@ class TransformMatrix
 public:
     TransformMatrix() { MakeIdentity(); }
 
-#define BRONDEL_MATRIX_ELEMENT(row, col)                                                                    \
-    float Get##row##col() const { return m[(col - 1) * 4 + (row - 1)]; }                                    \
-    void Set##row##col(const float& v) { m[(col - 1) * 4 + (row - 1)] = v; }
-    BRONDEL_MATRIX_ELEMENT(1, 1)
-    BRONDEL_MATRIX_ELEMENT(1, 2)
-    BRONDEL_MATRIX_ELEMENT(1, 3)
-    BRONDEL_MATRIX_ELEMENT(1, 4)
-    BRONDEL_MATRIX_ELEMENT(2, 1)
-    BRONDEL_MATRIX_ELEMENT(2, 2)
-    BRONDEL_MATRIX_ELEMENT(2, 3)
-    BRONDEL_MATRIX_ELEMENT(2, 4)
-    BRONDEL_MATRIX_ELEMENT(3, 1)
-    BRONDEL_MATRIX_ELEMENT(3, 2)
-    BRONDEL_MATRIX_ELEMENT(3, 3)
-    BRONDEL_MATRIX_ELEMENT(3, 4)
-    BRONDEL_MATRIX_ELEMENT(4, 1)
-    BRONDEL_MATRIX_ELEMENT(4, 2)
-    BRONDEL_MATRIX_ELEMENT(4, 3)
-    BRONDEL_MATRIX_ELEMENT(4, 4)
-#undef BRONDEL_MATRIX_ELEMENT
+    float Get11() const { return m[0]; }
+    void Set11(const float& v) { m[0] = v; }
+    float Get12() const { return m[4]; }
+    void Set12(const float& v) { m[4] = v; }
+    float Get13() const { return m[8]; }
+    void Set13(const float& v) { m[8] = v; }
+    float Get14() const { return m[12]; }
+    void Set14(const float& v) { m[12] = v; }
+    float Get21() const { return m[1]; }
+    void Set21(const float& v) { m[1] = v; }
+    float Get22() const { return m[5]; }
+    void Set22(const float& v) { m[5] = v; }
+    float Get23() const { return m[9]; }
+    void Set23(const float& v) { m[9] = v; }
+    float Get24() const { return m[13]; }
+    void Set24(const float& v) { m[13] = v; }
+    float Get31() const { return m[2]; }
+    void Set31(const float& v) { m[2] = v; }
+    float Get32() const { return m[6]; }
+    void Set32(const float& v) { m[6] = v; }
+    float Get33() const { return m[10]; }
+    void Set33(const float& v) { m[10] = v; }
+    float Get34() const { return m[14]; }
+    void Set34(const float& v) { m[14] = v; }
+    float Get41() const { return m[3]; }
+    void Set41(const float& v) { m[3] = v; }
+    float Get42() const { return m[7]; }
+    void Set42(const float& v) { m[7] = v; }
+    float Get43() const { return m[11]; }
+    void Set43(const float& v) { m[11] = v; }
+    float Get44() const { return m[15]; }
+    void Set44(const float& v) { m[15] = v; }
 
     // Element at 1-based row and column.
     float At(int row, int col) const { return m[(col - 1) * 4 + (row - 1)]; }

@@ -38,7 +38,10 @@ public:
     Vector2D XZ() const { return {x, z}; }
     Vector2D YZ() const { return {y, z}; }
 
-    static float DotProduct(const Vector3D& a, const Vector3D& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+    static float DotProduct(const Vector3D& a, const Vector3D& b)
+    {
+        return a.x * b.x + a.y * b.y + a.z * b.z;
+    }
     static Vector3D CrossProduct(const Vector3D& a, const Vector3D& b);
     static Vector3D GetPointBetween(const Vector3D& a, const Vector3D& b, float t) { return a + (b - a) * t; }
 };

@@ -23,12 +23,15 @@ public:
     bool* GetYEdges() { return yEdges.get(); }
     const bool* GetXEdges() const { return xEdges.get(); }
     const bool* GetYEdges() const { return yEdges.get(); }
-    Image& GetEdgeImage() { return edgeImage; }
+    // Replaced by a new image of the new size on Resize.
+    Image& GetEdgeImage() { return *edgeImage; }
 
     // Loses every edge.
     void Resize(int newWidth, int newHeight);
     void ClearEdges();
     void UpdateImage();
+    // Repaints one pixel of the edge image from its flags, after a change to just that pixel.
+    void UpdatePixel(int x, int y);
 
     // Detectors only ever add edges. `selection` is null (look everywhere) or width * height
     // selection strengths, of which only pixels above 0.01 are examined. They leave UpdateImage to
@@ -48,5 +51,5 @@ private:
     int height = 0;
     std::unique_ptr<bool[]> xEdges;
     std::unique_ptr<bool[]> yEdges;
-    Image edgeImage{0, 0};
+    std::unique_ptr<Image> edgeImage = std::make_unique<Image>(0, 0);
 };

@@ -3,8 +3,7 @@
 #include "core/Image.h"
 #include "core/Parallel.h"
 
-namespace
-{
+namespace {
 int ChannelOffset(Channel channel)
 {
     return channel == Channel::Green ? 1 : channel == Channel::Blue ? 2 : 0;

@@ -8,8 +8,7 @@
 
 ImageProcessor::ImageProcessor(MessageCallback callback, std::string root, LogOutput* logOutput)
     : rootPath(std::move(root)), log(logOutput), messageCallback(std::move(callback))
-{
-}
+{}
 
 ImageProcessor::~ImageProcessor() = default;
 

@@ -80,7 +80,8 @@ public:
     void CalculateNormalMips();
 
     // --- Depth
-    void GenerateDepthMapFromNormals(int refinementSteps, bool respectSelectedEdges, float lowFrequencyEmphasis);
+    void GenerateDepthMapFromNormals(int refinementSteps, bool respectSelectedEdges,
+                                     float lowFrequencyEmphasis);
     void RefineDepthFromNormal(int steps, int level, EdgeArray* edges, bool respectSelectedEdges);
     void InflateDepthMip(int level, float factor);
     Vector2D GetRise(int x, int y, int level);

@@ -1,5 +1,53 @@
 #include "processing/ImageProcessor.h"
 
-void ImageProcessor::GenerateAnisotropyMap(int, int) {}
-void ImageProcessor::PopulateAnisotropyArray() {}
-void ImageProcessor::ExpandAnisotropyArray(Vector2D*, int, int) {}
+#include "core/Image.h"
+#include "processing/AnisotropyKernels.h"
+
+#include <memory>
+#include <string>
+
+void ImageProcessor::GenerateAnisotropyMap(int expansionCount, int outputFormat)
+{
+    const Image* flow = GetImage(Flow);
+    if (!IsLoaded(Flow) || flow == nullptr || !flow->HasPlanes())
+    {
+        ReportError("To generate an anisotropy map, you need to load a flow map.", "No flow map");
+        return;
+    }
+    Log("Beginning generation of anisotropy map...");
+    // The flow map sets the size here, whatever the working resolution of the other maps.
+    const int flowWidth = flow->GetWidth();
+    const int flowHeight = flow->GetHeight();
+    auto map = std::make_unique<Image>(flowWidth, flowHeight);
+    if (!map->HasPlanes())
+        return;
+
+    PopulateAnisotropyArray();
+    Log("Anisotropy reduction complete. Expanding values...");
+    for (int i = 1; i <= expansionCount; ++i)
+    {
+        ExpandAnisotropyArray(anisotropyArray.data(), flowWidth, flowHeight);
+        Log("Expansion " + std::to_string(i) + " of " + std::to_string(expansionCount) + " completed.");
+    }
+
+    EncodeAnisotropy(anisotropyArray.data(), flowWidth, flowHeight, outputFormat, *map);
+    SetImage(map.release(), Aniso);
+    Log("Anisotropy map completed.");
+}
+
+void ImageProcessor::PopulateAnisotropyArray()
+{
+    const Image* flow = GetImage(Flow);
+    if (flow == nullptr || !flow->HasPlanes())
+        return;
+    anisotropyArray.assign(static_cast<std::size_t>(flow->GetWidth()) * flow->GetHeight(), Vector2D());
+    ComputeFlowOrientations(*flow, anisotropyArray.data());
+    Log("Initial flow analysis complete.");
+}
+
+void ImageProcessor::ExpandAnisotropyArray(Vector2D* values, int arrayWidth, int arrayHeight)
+{
+    if (values == nullptr || arrayWidth <= 0 || arrayHeight <= 0)
+        return;
+    ExpandOrientations(values, arrayWidth, arrayHeight);
+}

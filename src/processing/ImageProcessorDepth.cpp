@@ -1,9 +1,197 @@
 #include "processing/ImageProcessor.h"
 
-void ImageProcessor::GenerateDepthMapFromNormals(int, bool, float) {}
-void ImageProcessor::RefineDepthFromNormal(int, int, EdgeArray*, bool) {}
-void ImageProcessor::InflateDepthMip(int, float) {}
-Vector2D ImageProcessor::GetRise(int, int, int) { return {}; }
-void ImageProcessor::PopulateDepthMapFromArray() {}
-void ImageProcessor::PopulateDepthArrayFromMap() {}
-float ImageProcessor::GetDepthAt(float, float) { return 0.0f; }
+#include "core/Image.h"
+#include "deptheditor/EdgeArray.h"
+#include "processing/DepthKernels.h"
+#include "processing/ImageBuffers.h"
+
+#include <algorithm>
+#include <string>
+
+void ImageProcessor::GenerateDepthMapFromNormals(int refinementSteps, bool respectSelectedEdges,
+                                                 float lowFrequencyEmphasis)
+{
+    // Normal arrays left over from another working resolution cannot be integrated at this one.
+    const std::size_t pixels = static_cast<std::size_t>(width) * height;
+    if (GetNormalArray(0) == nullptr || normalArrays[0].size() != pixels || pixels == 0)
+    {
+        ReportError("To generate a depth map, you must have generated or loaded a normal map.", "No normal map");
+        return;
+    }
+    Log("Generating depth map from normals...");
+
+    // Clearing destroys the depth editor and its edges before any could be looked up, so a full
+    // generation never honours edges, whatever respectSelectedEdges says: edges guide later
+    // touch-ups through RefineDepthFromNormal, not a fresh integration. Keep this order.
+    ClearDepthMap();
+    EdgeArray* const edges = nullptr;
+
+    for (int level = mipCount - 1; level >= 1; --level)
+    {
+        RefineDepthFromNormal(refinementSteps, level, edges, respectSelectedEdges);
+        InflateDepthMip(level, lowFrequencyEmphasis);
+    }
+    RefineDepthFromNormal(refinementSteps, 0, edges, respectSelectedEdges);
+
+    PopulateDepthMapFromArray();
+    Log("Depth map completed.");
+
+    // Normals with depth in alpha, for engines that want both in one texture. Every 8-bit value
+    // survives the trip through a float channel unchanged, so the bytes are copied directly.
+    auto normalDepth = std::make_unique<Image>(width, height);
+    const Image* normalMap = GetImage(Normal);
+    const Image* depthMap = GetImage(Depth);
+    std::vector<std::uint8_t> channels[4];
+    for (int c = 0; c < 3; ++c)
+        channels[c] = normalMap ? ReadChannelBytes(*normalMap, static_cast<Channel>(c), width, height)
+                                : std::vector<std::uint8_t>(pixels);
+    channels[3] = depthMap ? ReadChannelBytes(*depthMap, Channel::Red, width, height)
+                           : std::vector<std::uint8_t>(pixels);
+    PlaneView<std::uint8_t> colour = normalDepth->ColourView();
+    PlaneView<std::uint8_t> alpha = normalDepth->AlphaView();
+    for (int y = 0; y < height; ++y)
+    {
+        std::uint8_t* rgb = colour.Row(y);
+        std::uint8_t* a = alpha.Row(y);
+        for (int x = 0; x < width; ++x)
+        {
+            const std::size_t i = static_cast<std::size_t>(y) * width + x;
+            rgb[3 * x] = channels[0][i];
+            rgb[3 * x + 1] = channels[1][i];
+            rgb[3 * x + 2] = channels[2][i];
+            a[x] = channels[3][i];
+        }
+    }
+    normalDepth->MarkChanged();
+    SetImage(normalDepth.release(), NormalDepth);
+    InitialiseDepthEditor();
+}
+
+void ImageProcessor::RefineDepthFromNormal(int steps, int level, EdgeArray* edges, bool respectSelectedEdges)
+{
+    Log("Refining depth mip " + std::to_string(level) + "...");
+    const int w = MipWidth(level);
+    const int h = MipHeight(level);
+    const std::size_t size = static_cast<std::size_t>(w) * h;
+    const Vector3D* normals = GetNormalArray(level);
+    float* depth = GetDepthArray(level);
+    if (normals == nullptr || depth == nullptr || size == 0 ||
+        normalArrays[static_cast<std::size_t>(level)].size() != size ||
+        depthArrays[static_cast<std::size_t>(level)].size() != size)
+        return;
+
+    std::vector<float> riseX(size);
+    std::vector<float> riseY(size);
+    ComputeRises(normals, w, h, riseX.data(), riseY.data());
+    RelaxationGrid grid{w, h, riseX.data(), riseY.data(), nullptr, nullptr};
+    // Edges only ever separate full-resolution pixels; an edge array of another size (or one
+    // without flags) cannot be matched to this level and is left out.
+    if (respectSelectedEdges && level == 0 && edges != nullptr && edges->GetWidth() == w &&
+        edges->GetHeight() == h && edges->GetXEdges() != nullptr && edges->GetYEdges() != nullptr)
+    {
+        grid.cutRight = edges->GetXEdges();
+        grid.cutBelow = edges->GetYEdges();
+    }
+
+    // The pass run on the last step is never kept, so `steps` steps move the level steps - 1
+    // times (one step leaves it as seeded); depth maps tuned by step count depend on that. The
+    // skipped pass still reports progress.
+    std::vector<float> scratch(size);
+    float* current = depth;
+    float* next = scratch.data();
+    for (int i = 0; i < steps; ++i)
+    {
+        if (i + 1 < steps)
+        {
+            RelaxDepthPass(grid, current, next);
+            std::swap(current, next);
+        }
+        if (i % 50 == 0)
+            Log("Finished refine step " + std::to_string(i) + " of " + std::to_string(steps) + ".");
+    }
+    if (current != depth)
+        std::copy(current, current + size, depth);
+    Log("Depth refinement completed.");
+}
+
+void ImageProcessor::InflateDepthMip(int level, float factor)
+{
+    Log("Expanding depth mip...");
+    if (level == 0)
+        return;
+    const int w = MipWidth(level);
+    const int h = MipHeight(level);
+    const float* coarse = GetDepthArray(level);
+    float* fine = GetDepthArray(level - 1);
+    const std::size_t size = static_cast<std::size_t>(w) * h;
+    if (coarse != nullptr && fine != nullptr && depthArrays[static_cast<std::size_t>(level)].size() == size &&
+        depthArrays[static_cast<std::size_t>(level) - 1].size() == 4 * size)
+        InflateDepth(coarse, w, h, factor, fine);
+    Log("Depth mip expansion finished.");
+}
+
+Vector2D ImageProcessor::GetRise(int x, int y, int level)
+{
+    const Vector3D* normals = GetNormalArray(level);
+    const int w = MipWidth(level);
+    if (normals == nullptr || x < 0 || y < 0 || x >= w || y >= MipHeight(level))
+        return {};
+    return RiseFromNormal(normals[static_cast<std::size_t>(y) * w + x]);
+}
+
+void ImageProcessor::PopulateDepthMapFromArray()
+{
+    const float* depth = GetDepthArray(0);
+    const std::size_t pixels = static_cast<std::size_t>(width) * height;
+    if (depth == nullptr || pixels == 0 || depthArrays[0].size() != pixels)
+        return;
+
+    std::vector<std::uint8_t> mask;
+    if (DiffuseMatchesWorkingSize())
+        mask = ReadChannelBytes(*GetImage(Diffuse), Channel::Alpha, width, height);
+    const std::uint8_t* maskData = mask.empty() ? nullptr : mask.data();
+
+    const DepthExtent extent = FindDepthExtent(depth, maskData, width, height);
+    depthMin = extent.minimum;
+    depthMax = extent.maximum;
+    depthRange = depthMax - depthMin;
+    const std::vector<float> grey = NormaliseDepth(depth, maskData, width, height, depthMin, depthRange);
+    SetImage(MakeGreyImage(grey.data(), width, height), Depth);
+}
+
+void ImageProcessor::PopulateDepthArrayFromMap()
+{
+    if (!memoryInitialised)
+        InitialiseArrays();
+    const Image* map = GetImage(Depth);
+    if (map == nullptr)
+        return;
+    InitialiseArrays();
+
+    float* depth = GetDepthArray(0);
+    if (depth != nullptr)
+    {
+        const std::vector<float> red = ReadChannel(*map, Channel::Red, width, height);
+        std::transform(red.begin(), red.end(), depth, [](float r) { return 2.55f * r; });
+    }
+    depthMin = 0.0f;
+    depthMax = 2.55f;
+    depthRange = 2.55f;
+    InitialiseDepthEditor();
+}
+
+float ImageProcessor::GetDepthAt(float u, float v)
+{
+    const float* depth = GetDepthArray(0);
+    if (depth == nullptr || depthArrays[0].size() != static_cast<std::size_t>(width) * height)
+        return 0.0f;
+    // Coordinates are truncated toward zero, so anything above -1 lands in the first pixel. Beyond
+    // the image (or not a number) there is no depth to sample.
+    const float fx = static_cast<float>(width - 1) * u;
+    const float fy = static_cast<float>(height - 1) * v;
+    if (!(fx > -1.0f) || !(fy > -1.0f) || fx >= static_cast<float>(width) || fy >= static_cast<float>(height))
+        return 0.0f;
+    const int px = static_cast<int>(fx);
+    const int py = static_cast<int>(fy);
+    return 0.1f * depth[static_cast<std::size_t>(py) * width + px];
+}

@@ -100,8 +100,8 @@ void ImageProcessor::CalculateNormalMips()
     if (mipCount < 2)
         return;
     for (int level = 0; level + 1 < mipCount; ++level)
-        DownsampleNormals(GetNormalArray(level), MipWidth(level), GetNormalArray(level + 1), MipWidth(level + 1),
-                          MipHeight(level + 1));
+        DownsampleNormals(GetNormalArray(level), MipWidth(level), GetNormalArray(level + 1),
+                          MipWidth(level + 1), MipHeight(level + 1));
     line.str({});
     line << "New mip levels generated: " << mipCount - 1;
     Log(line.str());

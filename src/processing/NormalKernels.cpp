@@ -9,8 +9,7 @@
 #include <cmath>
 #include <mutex>
 
-namespace
-{
+namespace {
 // Horizontal and vertical brightness pairs; a missing side of a pair mirrors the other.
 inline void ProfilePair(const float* a, const float* b, std::size_t i, float& first, float& second)
 {
@@ -65,7 +64,8 @@ float ComputeProfileSlopes(const NormalInputs& in, Vector3D* normals)
     return largest;
 }
 
-void FinishNormals(const NormalInputs& in, const NormalSettings& settings, float flatFactor, Vector3D* normals)
+void FinishNormals(const NormalInputs& in, const NormalSettings& settings, float flatFactor,
+                   Vector3D* normals)
 {
     // The degree-to-radian constant here is the one the tool has always used; rotated maps depend on it.
     const float theta = (settings.rotationDirection - 90.0f) * 0.017453333f;
@@ -123,7 +123,8 @@ void FinishNormals(const NormalInputs& in, const NormalSettings& settings, float
     });
 }
 
-void DownsampleNormals(const Vector3D* fine, int fineWidth, Vector3D* coarse, int coarseWidth, int coarseHeight)
+void DownsampleNormals(const Vector3D* fine, int fineWidth, Vector3D* coarse, int coarseWidth,
+                       int coarseHeight)
 {
     ParallelFor(0, coarseHeight, [&](int from, int to) {
         for (int y = from; y < to; ++y)

@@ -34,11 +34,13 @@ struct NormalSettings
 float ComputeProfileSlopes(const NormalInputs& in, Vector3D* normals);
 
 // Second pass: turns the slopes into unit normals, given flatFactor = 0.9 / largest slope magnitude.
-void FinishNormals(const NormalInputs& in, const NormalSettings& settings, float flatFactor, Vector3D* normals);
+void FinishNormals(const NormalInputs& in, const NormalSettings& settings, float flatFactor,
+                   Vector3D* normals);
 
 // One level of the normal pyramid: each coarse normal is the normalised sum of a 2x2 block, or
 // (0, 0, 1) when the block nearly cancels out.
-void DownsampleNormals(const Vector3D* fine, int fineWidth, Vector3D* coarse, int coarseWidth, int coarseHeight);
+void DownsampleNormals(const Vector3D* fine, int fineWidth, Vector3D* coarse, int coarseWidth,
+                       int coarseHeight);
 
 // Encodes normals as colours into the two maps (both width x height). The normal-opacity map takes
 // its alpha from opacity when given, else stays opaque.

@@ -44,8 +44,7 @@ bool EndsWith(std::string s, std::string end, bool caseSensitive)
     return at != std::string::npos && at == s.size() - end.size();
 }
 
-namespace
-{
+namespace {
 template <typename Text> std::vector<Text> Tokenise(const Text& s, typename Text::value_type separator)
 {
     std::vector<Text> pieces;

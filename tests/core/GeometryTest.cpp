@@ -8,8 +8,7 @@
 #include <cmath>
 #include <sstream>
 
-namespace
-{
+namespace {
 constexpr float kPi = 3.14159265f;
 
 void ExpectNear(const Vector3D& actual, const Vector3D& expected)

@@ -9,8 +9,7 @@
 #include <cstdio>
 #include <fstream>
 
-namespace
-{
+namespace {
 std::uint32_t Crc32(const char* data, int size)
 {
     std::uint32_t crc = 0xFFFFFFFFu;
@@ -93,9 +92,8 @@ TEST(Image, SavingKeepsColourUnderTransparentPixels)
 {
     TempFolder folder;
     // A normal map whose depth alpha is 0 in places: the normals there must survive the file.
-    auto normalDepth = MakeImage(4, 2, [](int x, int y) {
-        return Colour(0.25f + x * 0.1f, 0.75f, 0.9f, y == 0 ? 0.0f : x * 0.3f);
-    });
+    auto normalDepth = MakeImage(
+        4, 2, [](int x, int y) { return Colour(0.25f + x * 0.1f, 0.75f, 0.9f, y == 0 ? 0.0f : x * 0.3f); });
     std::string error;
     ASSERT_TRUE(normalDepth->SaveToDisk(folder.File("X_NormalDepth.png"), &error)) << error;
     Image back(folder.File("X_NormalDepth.png"));
@@ -139,8 +137,8 @@ TEST(Image, BadFilesLoadAsMissing)
     huge.replace(16, 4, reinterpret_cast<const char*>(size), 4);
     huge.replace(20, 4, reinterpret_cast<const char*>(size), 4);
     const std::uint32_t crc = Crc32(huge.constData() + 12, 17); // chunk type and header fields
-    const char crcBytes[4] = {static_cast<char>(crc >> 24), static_cast<char>(crc >> 16), static_cast<char>(crc >> 8),
-                              static_cast<char>(crc)};
+    const char crcBytes[4] = {static_cast<char>(crc >> 24), static_cast<char>(crc >> 16),
+                              static_cast<char>(crc >> 8), static_cast<char>(crc)};
     huge.replace(29, 4, crcBytes, 4);
     EXPECT_FALSE(Image(write("huge.png", huge.toStdString())).HasPlanes());
 

@@ -11,8 +11,7 @@
 #include <cmath>
 #include <random>
 
-namespace
-{
+namespace {
 constexpr int kSize = 33;
 
 // The sphere of radius 14 centred in the image, normal (x right, y up, z out), or null outside.
@@ -68,7 +67,7 @@ TEST(Normals, ALitSphereGivesNormalsPointingOutOfIt)
     EXPECT_NEAR(centre.z, 1.0f, 1e-3f);
     EXPECT_GT(f.NormalAt(27, 16).x, 0.7f); // right edge leans right
     EXPECT_LT(f.NormalAt(5, 16).x, -0.7f);
-    EXPECT_GT(f.NormalAt(16, 5).y, 0.7f);  // upper edge leans up
+    EXPECT_GT(f.NormalAt(16, 5).y, 0.7f); // upper edge leans up
     EXPECT_LT(f.NormalAt(16, 27).y, -0.7f);
     for (int i = 0; i < kSize * kSize; ++i)
         EXPECT_NEAR(f.processor.GetNormalArray(0)[i].GetMagnitude(), 1.0f, 1e-5f);
@@ -87,9 +86,9 @@ TEST(Normals, ALitSphereGivesNormalsPointingOutOfIt)
     EXPECT_LT(flipped.processor.GetImage(Normal)->GetPixel(16, 5).g, 0.2f);
 
     EXPECT_EQ(f.log.lines.at(1).rfind("Maximum flat magnitude is 0.99", 0), 0u) << f.log.lines.at(1);
-    for (const char* line : {"Generating normals from lighting profiles...",
-                             "Creating normal map from normal array...", "Normal map created.",
-                             "Normal map calculations completed."})
+    for (const char* line :
+         {"Generating normals from lighting profiles...", "Creating normal map from normal array...",
+          "Normal map created.", "Normal map calculations completed."})
         EXPECT_TRUE(f.log.Contains(line)) << line;
 }
 
@@ -160,7 +159,8 @@ TEST(Normals, FlatProfilesAndTheFrontProfile)
     front.LoadSphereProfiles();
     front.processor.SetImage(LitSphere({0, 0, 1}).release(), Front);
     front.processor.GenerateNormals(1.0f, 0.0f, 0.0f, true, false);
-    std::vector<Vector3D> withFix(front.processor.GetNormalArray(0), front.processor.GetNormalArray(0) + kSize * kSize);
+    std::vector<Vector3D> withFix(front.processor.GetNormalArray(0),
+                                  front.processor.GetNormalArray(0) + kSize * kSize);
     front.processor.GenerateNormals(1.0f, 0.0f, 0.0f, false, false);
     for (int i = 0; i < kSize * kSize; ++i)
         ASSERT_EQ(withFix[i], front.processor.GetNormalArray(0)[i]);
@@ -192,7 +192,8 @@ TEST(Normals, FastKernelsMatchThePlainLoopsBitForBit)
             f.processor.SetImage(RandomGrey(random, w, h).release(), Bottom);
             f.processor.SetImage(MakeImage(w, h,
                                            [&](int x, int y) {
-                                               return Colour(0.5f, 0.5f, 0.5f, (x * y) % 5 == 0 ? 0.0f : 1.0f);
+                                               return Colour(0.5f, 0.5f, 0.5f,
+                                                             (x * y) % 5 == 0 ? 0.0f : 1.0f);
                                            })
                                      .release(),
                                  Diffuse);

@@ -8,8 +8,7 @@
 
 #include <fstream>
 
-namespace
-{
+namespace {
 struct Message
 {
     std::string text;
@@ -21,7 +20,9 @@ struct Fixture
 {
     RecordingLog log;
     std::vector<Message> messages;
-    ImageProcessor processor{[this](std::string text, std::string title) { messages.push_back({text, title}); },
+    ImageProcessor processor{[this](std::string text, std::string title) {
+                                 messages.push_back({text, title});
+                             },
                              BRONDEL_RESOURCE_DIR, &log.output};
 
     void LoadSet(const std::string& anyMember)
@@ -151,8 +152,11 @@ TEST(ImageProcessor, LoadedNormalMapsFillTheNormalPyramid)
 TEST(ImageProcessor, MissingPlaceholdersAreReported)
 {
     std::vector<Message> messages;
-    ImageProcessor processor([&](std::string text, std::string title) { messages.push_back({text, title}); },
-                             "/no/such/resources/", nullptr);
+    ImageProcessor processor(
+        [&](std::string text, std::string title) {
+            messages.push_back({text, title});
+        },
+        "/no/such/resources/", nullptr);
     processor.LoadImageByName(Diffuse, "/no/such/file_Diffuse.png", false);
     ASSERT_EQ(messages.size(), 1u);
     EXPECT_EQ(messages[0].text, "Error! Couldn't find one of the default (blank) textures.");

@@ -6,8 +6,9 @@
 #include <algorithm>
 #include <cmath>
 
-std::vector<Vector3D> ReferenceGenerateNormals(const ReferenceNormalInputs& in, float bend, float rotationDirection,
-                                               float rotationAmount, bool autofixFlatNormals)
+std::vector<Vector3D> ReferenceGenerateNormals(const ReferenceNormalInputs& in, float bend,
+                                               float rotationDirection, float rotationAmount,
+                                               bool autofixFlatNormals)
 {
     const int w = in.width;
     const int h = in.height;
@@ -59,7 +60,8 @@ std::vector<Vector3D> ReferenceGenerateNormals(const ReferenceNormalInputs& in, 
     const float flatFactor = 0.9f / maxFlat;
     const float theta = (rotationDirection - 90.0f) * 0.017453333f;
     TransformMatrix rotation;
-    rotation.MakeRotationAboutAxis(Vector3D(std::cos(theta), std::sin(theta), 0.0f), 0.017453333f * rotationAmount);
+    rotation.MakeRotationAboutAxis(Vector3D(std::cos(theta), std::sin(theta), 0.0f),
+                                   0.017453333f * rotationAmount);
 
     for (int x = 0; x < w; ++x)
         for (int y = 0; y < h; ++y)

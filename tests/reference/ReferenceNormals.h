@@ -19,5 +19,6 @@ struct ReferenceNormalInputs
     int height = 0;
 };
 
-std::vector<Vector3D> ReferenceGenerateNormals(const ReferenceNormalInputs& in, float bend, float rotationDirection,
-                                               float rotationAmount, bool autofixFlatNormals);
+std::vector<Vector3D> ReferenceGenerateNormals(const ReferenceNormalInputs& in, float bend,
+                                               float rotationDirection, float rotationAmount,
+                                               bool autofixFlatNormals);

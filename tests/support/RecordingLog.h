@@ -10,7 +10,10 @@ class RecordingLog : public LogWindow
 {
 public:
     void AppendLine(const std::string& text) override { lines.push_back(text); }
-    bool Contains(const std::string& line) const { return std::find(lines.begin(), lines.end(), line) != lines.end(); }
+    bool Contains(const std::string& line) const
+    {
+        return std::find(lines.begin(), lines.end(), line) != lines.end();
+    }
 
     std::vector<std::string> lines;
     LogOutput output{this};
