@@ -7,8 +7,7 @@
 #include <cmath>
 #include <cstdint>
 
-namespace
-{
+namespace {
 // Reads a source image exactly as GetPixel would, mapping the right neighbour of the last column and
 // the lower neighbour of the last row through the image's own wrap or clamp.
 class NeighbourReader
@@ -17,8 +16,7 @@ public:
     explicit NeighbourReader(const Image& image)
         : rgb(image.ColourView()), alpha(image.AlphaView()), rightOfLast(image.MapX(rgb.width)),
           belowLast(image.MapY(rgb.height))
-    {
-    }
+    {}
     int Right(int x) const { return x + 1 < rgb.width ? x + 1 : rightOfLast; }
     int Below(int y) const { return y + 1 < rgb.height ? y + 1 : belowLast; }
     Colour At(int x, int y) const
@@ -128,8 +126,7 @@ void EdgeArray::UpdatePixel(int x, int y)
     edgeImage->SetPixel(x, y, Colour(xEdges[i] ? 1.0f : 0.0f, yEdges[i] ? 1.0f : 0.0f, 0.0f, 1.0f));
 }
 
-namespace
-{
+namespace {
 // The detectors' common start: a source of another size replaces the array (and so its edges); a
 // source without pixels is not looked at, so a missing map never costs the artist their edges.
 bool PrepareFor(EdgeArray& edges, const Image* source)

@@ -5,8 +5,7 @@
 
 #include <string>
 
-namespace
-{
+namespace {
 constexpr int kMaxPaletteColours = 256;
 
 bool HasPixels(const Image* image)
@@ -46,7 +45,8 @@ bool ImageProcessor::CreatePaletteFromDiffuseMap(int paletteHeight, bool sampleL
     Image* palette = MakePaletteImage(colours, paletteHeight, sampleLighting);
     if (palette == nullptr)
     {
-        ReportError("The palette map is too large to create; try a smaller palette height.", "Palette too large");
+        ReportError("The palette map is too large to create; try a smaller palette height.",
+                    "Palette too large");
         return false;
     }
     // Renderers read the palette by light level from top to bottom; wrapping would bleed the white top

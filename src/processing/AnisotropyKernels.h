@@ -1,0 +1,27 @@
+#pragma once
+#include "core/Vector2D.h"
+
+class Image;
+
+// The arithmetic of anisotropy maps over a flat row-major array of angle-doubled orientations
+// (index y * width + x): a grain at angle theta with strength m is stored as m * (cos 2theta, sin 2theta),
+// so a direction and its opposite are the same value and averaging never cancels them.
+
+// The grain of the flow map's red channel at every pixel, from the 2x2 block whose top-left corner it
+// is; the right and bottom neighbours of the last column and row wrap or clamp as the image does.
+void ComputeFlowOrientations(const Image& flow, Vector2D* values);
+
+// One smoothing pass in place: each pixel at least two away from every border becomes the mean of its
+// 3x3 block, and the two-pixel frame becomes zero.
+void ExpandOrientations(Vector2D* values, int width, int height);
+
+enum AnisotropyFormat
+{
+    StandardVectorFormat = 0,     // (cos phi, sin phi) of the undoubled angle, mapped to 0..1
+    AngleDoubledVectorFormat = 1, // the stored vector, unit length where it is not tiny, mapped to 0..1
+    OrientationAngleFormat = 2    // grey of the doubled angle over 0..0.5
+};
+
+// Writes the array into `map` (width x height, freshly made) in the given format; an unknown format
+// leaves the map as it is. The angle-doubled format normalises the array's long vectors in place.
+void EncodeAnisotropy(Vector2D* values, int width, int height, int format, Image& map);
