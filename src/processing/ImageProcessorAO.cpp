@@ -1,3 +1,37 @@
 #include "processing/ImageProcessor.h"
 
-void ImageProcessor::GenerateAOFromDepth(float, int, int, float) {}
+#include "core/Image.h"
+#include "processing/AOKernels.h"
+#include "processing/ImageBuffers.h"
+
+#include <string>
+
+void ImageProcessor::GenerateAOFromDepth(float coneGradient, int boxSize, int stepSize,
+                                         float ambientLightFlatness)
+{
+    const Image* depthMap = GetImage(Depth);
+    if (!IsLoaded(Depth) || depthMap == nullptr || !depthMap->HasPlanes() || width <= 0 || height <= 0)
+    {
+        ReportError("To generate ambient occlusion, you must have generated or loaded a depth map.",
+                    "No depth map");
+        return;
+    }
+    Log("Generating AO map...");
+
+    const std::size_t pixels = static_cast<std::size_t>(width) * height;
+    std::vector<std::uint8_t> mask;
+    if (DiffuseMatchesWorkingSize())
+        mask = ReadChannelBytes(*GetImage(Diffuse), Channel::Alpha, width, height);
+    const std::vector<float> depthRed = ReadChannel(*depthMap, Channel::Red, width, height);
+    const std::vector<float> heights =
+        PrepareAOHeights(depthRed.data(), mask.empty() ? nullptr : mask.data(), pixels);
+    Log("Precalculations complete.");
+
+    std::vector<float> counts(pixels);
+    CountOpenProbes(heights.data(), width, height, {coneGradient, boxSize, stepSize, ambientLightFlatness},
+                    counts.data(), [&](int x) { Log(std::to_string(x * 100 / width) + "% finished."); });
+    const AOExtent extent = FindAOExtent(counts.data(), pixels);
+    const std::vector<float> values = NormaliseAO(counts.data(), pixels, extent);
+    SetImage(MakeGreyImage(values.data(), width, height), AO);
+    Log("Ambient occlusion map complete.");
+}

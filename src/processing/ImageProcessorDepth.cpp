@@ -1,11 +1,13 @@
 #include "processing/ImageProcessor.h"
 
 #include "core/Image.h"
+#include "deptheditor/DepthEditor.h"
 #include "deptheditor/EdgeArray.h"
 #include "processing/DepthKernels.h"
 #include "processing/ImageBuffers.h"
 
 #include <algorithm>
+#include <memory>
 #include <string>
 
 void ImageProcessor::GenerateDepthMapFromNormals(int refinementSteps, bool respectSelectedEdges,
@@ -15,16 +17,17 @@ void ImageProcessor::GenerateDepthMapFromNormals(int refinementSteps, bool respe
     const std::size_t pixels = static_cast<std::size_t>(width) * height;
     if (GetNormalArray(0) == nullptr || normalArrays[0].size() != pixels || pixels == 0)
     {
-        ReportError("To generate a depth map, you must have generated or loaded a normal map.", "No normal map");
+        ReportError("To generate a depth map, you must have generated or loaded a normal map.",
+                    "No normal map");
         return;
     }
     Log("Generating depth map from normals...");
 
-    // Clearing destroys the depth editor and its edges before any could be looked up, so a full
-    // generation never honours edges, whatever respectSelectedEdges says: edges guide later
+    // The edges are looked up only after clearing, which destroys the depth editor, so a full
+    // generation never honours edges whatever respectSelectedEdges says: edges guide later
     // touch-ups through RefineDepthFromNormal, not a fresh integration. Keep this order.
     ClearDepthMap();
-    EdgeArray* const edges = nullptr;
+    EdgeArray* edges = depthEditor ? &depthEditor->GetEdges() : nullptr;
 
     for (int level = mipCount - 1; level >= 1; --level)
     {
@@ -39,21 +42,20 @@ void ImageProcessor::GenerateDepthMapFromNormals(int refinementSteps, bool respe
     // Normals with depth in alpha, for engines that want both in one texture. Every 8-bit value
     // survives the trip through a float channel unchanged, so the bytes are copied directly.
     auto normalDepth = std::make_unique<Image>(width, height);
-    const Image* normalMap = GetImage(Normal);
-    const Image* depthMap = GetImage(Depth);
-    std::vector<std::uint8_t> channels[4];
-    for (int c = 0; c < 3; ++c)
-        channels[c] = normalMap ? ReadChannelBytes(*normalMap, static_cast<Channel>(c), width, height)
-                                : std::vector<std::uint8_t>(pixels);
-    channels[3] = depthMap ? ReadChannelBytes(*depthMap, Channel::Red, width, height)
-                           : std::vector<std::uint8_t>(pixels);
+    const auto read = [this](ImageType type, Channel channel) {
+        const Image* image = GetImage(type);
+        return image ? ReadChannelBytes(*image, channel, width, height)
+                     : std::vector<std::uint8_t>(static_cast<std::size_t>(width) * height);
+    };
+    const std::vector<std::uint8_t> channels[4] = {read(Normal, Channel::Red), read(Normal, Channel::Green),
+                                                   read(Normal, Channel::Blue), read(Depth, Channel::Red)};
     PlaneView<std::uint8_t> colour = normalDepth->ColourView();
     PlaneView<std::uint8_t> alpha = normalDepth->AlphaView();
     for (int y = 0; y < height; ++y)
     {
         std::uint8_t* rgb = colour.Row(y);
         std::uint8_t* a = alpha.Row(y);
-        for (int x = 0; x < width; ++x)
+        for (std::size_t x = 0; x < static_cast<std::size_t>(width); ++x)
         {
             const std::size_t i = static_cast<std::size_t>(y) * width + x;
             rgb[3 * x] = channels[0][i];
@@ -80,10 +82,12 @@ void ImageProcessor::RefineDepthFromNormal(int steps, int level, EdgeArray* edge
         depthArrays[static_cast<std::size_t>(level)].size() != size)
         return;
 
-    std::vector<float> riseX(size);
-    std::vector<float> riseY(size);
-    ComputeRises(normals, w, h, riseX.data(), riseY.data());
-    RelaxationGrid grid{w, h, riseX.data(), riseY.data(), nullptr, nullptr};
+    // Left unzeroed: every element is written before it is read, by threads that then own the pages.
+    const auto riseX = std::make_unique_for_overwrite<float[]>(size);
+    const auto riseY = std::make_unique_for_overwrite<float[]>(size);
+    const auto scratch = std::make_unique_for_overwrite<float[]>(size);
+    ComputeRises(normals, w, h, riseX.get(), riseY.get());
+    RelaxationGrid grid{w, h, riseX.get(), riseY.get(), nullptr, nullptr};
     // Edges only ever separate full-resolution pixels; an edge array of another size (or one
     // without flags) cannot be matched to this level and is left out.
     if (respectSelectedEdges && level == 0 && edges != nullptr && edges->GetWidth() == w &&
@@ -94,23 +98,18 @@ void ImageProcessor::RefineDepthFromNormal(int steps, int level, EdgeArray* edge
     }
 
     // The pass run on the last step is never kept, so `steps` steps move the level steps - 1
-    // times (one step leaves it as seeded); depth maps tuned by step count depend on that. The
-    // skipped pass still reports progress.
-    std::vector<float> scratch(size);
-    float* current = depth;
-    float* next = scratch.data();
-    for (int i = 0; i < steps; ++i)
+    // times (one step leaves it as seeded); depth maps tuned by step count depend on that. Every
+    // 50th step is reported once it is done, the unkept last one included.
+    const int kept = steps - 1;
+    int done = 0;
+    for (int step = 0; step < steps; step += 50)
     {
-        if (i + 1 < steps)
-        {
-            RelaxDepthPass(grid, current, next);
-            std::swap(current, next);
-        }
-        if (i % 50 == 0)
-            Log("Finished refine step " + std::to_string(i) + " of " + std::to_string(steps) + ".");
+        const int upTo = std::min(step + 1, kept);
+        RelaxDepth(grid, depth, scratch.get(), upTo - done);
+        done = upTo;
+        Log("Finished refine step " + std::to_string(step) + " of " + std::to_string(steps) + ".");
     }
-    if (current != depth)
-        std::copy(current, current + size, depth);
+    RelaxDepth(grid, depth, scratch.get(), kept - done);
     Log("Depth refinement completed.");
 }
 

@@ -1,0 +1,399 @@
+#include "processing/DepthKernels.h"
+
+#include "core/Parallel.h"
+#include "processing/KernelTargets.h"
+
+#include <algorithm>
+#include <limits>
+#include <memory>
+#include <utility>
+
+namespace {
+constexpr float kLinkShare = 0.25f;
+
+std::size_t Index(int x, int y, int width)
+{
+    return static_cast<std::size_t>(y) * width + x;
+}
+
+// A cut link must leave the sums exactly as if it did not exist. x - (+0) and x + (-0) are exact
+// no-ops for every x, including -0, so a cut contributes +0 on the side that subtracts and -0 on
+// the side that adds.
+inline void StoreLink(float d, bool cut, int x, float* sub, float* add)
+{
+    sub[x] = cut ? 0.0f : d;
+    add[x] = cut ? -0.0f : d;
+}
+
+// Links from row y to its right-hand neighbours, the last column wrapping to the first.
+void HorizontalLinks(const RelaxationGrid& g, const float* a, int y, float* sub, float* add)
+{
+    const int w = g.width;
+    const float* row = a + Index(0, y, w);
+    const float* rise = g.riseX + Index(0, y, w);
+    const bool* cut = g.cutRight + Index(0, y, w);
+    for (int x = 0; x + 1 < w; ++x)
+        StoreLink(kLinkShare * (rise[x] - (row[x + 1] - row[x])), cut[x], x, sub, add);
+    StoreLink(kLinkShare * (rise[w - 1] - (row[0] - row[w - 1])), cut[w - 1], w - 1, sub, add);
+}
+
+// Links from row y to the row below, the last row wrapping to the first.
+void VerticalLinks(const RelaxationGrid& g, const float* a, int y, float* sub, float* add)
+{
+    const int w = g.width;
+    const float* row = a + Index(0, y, w);
+    const float* below = a + Index(0, y + 1 == g.height ? 0 : y + 1, w);
+    const float* rise = g.riseY + Index(0, y, w);
+    const bool* cut = g.cutBelow + Index(0, y, w);
+    for (int x = 0; x < w; ++x)
+        StoreLink(kLinkShare * (rise[x] - (below[x] - row[x])), cut[x], x, sub, add);
+}
+
+// Applies the four links that touch each pixel of row y in the order the column-major link walk
+// reaches them. Inside the grid that is: in from the left, in from above, out to the right, out
+// downward. Column 0 hears from the last column only after its own links (that link comes from the
+// last column of the walk); row 0 hears from the last row after its own two.
+void CombineRow(const float* a, float* b, int w, bool firstRow, const float* hSub, const float* hAdd,
+                const float* vSub, const float* vAddAbove)
+{
+    if (!firstRow)
+    {
+        b[0] = (((a[0] + vAddAbove[0]) - hSub[0]) - vSub[0]) + hAdd[w - 1];
+        for (int x = 1; x < w; ++x)
+            b[x] = (((a[x] + hAdd[x - 1]) + vAddAbove[x]) - hSub[x]) - vSub[x];
+    }
+    else
+    {
+        b[0] = (((a[0] - hSub[0]) - vSub[0]) + vAddAbove[0]) + hAdd[w - 1];
+        for (int x = 1; x < w; ++x)
+            b[x] = (((a[x] + hAdd[x - 1]) - hSub[x]) - vSub[x]) + vAddAbove[x];
+    }
+}
+
+// One pass over rows [from, to) of a grid with cuts (both planes present), a row at a time.
+void RelaxRowsWithCuts(const RelaxationGrid& g, const float* a, float* b, int from, int to)
+{
+    const int w = g.width;
+    const int h = g.height;
+    const std::size_t n = static_cast<std::size_t>(w);
+    std::vector<float> store(5 * n);
+    float* hSub = store.data();
+    float* hAdd = hSub + n;
+    float* vSub = hAdd + n;
+    float* vAdd = vSub + n;
+    float* vAbove = vAdd + n;
+
+    // The lower links of the row above the block; only their adding side is needed.
+    VerticalLinks(g, a, from == 0 ? h - 1 : from - 1, vSub, vAbove);
+    for (int y = from; y < to; ++y)
+    {
+        HorizontalLinks(g, a, y, hSub, hAdd);
+        VerticalLinks(g, a, y, vSub, vAdd);
+        CombineRow(a + Index(0, y, w), b + Index(0, y, w), w, y == 0, hSub, hAdd, vSub, vAbove);
+        std::swap(vAdd, vAbove);
+    }
+}
+
+// With a single row or column a link joins a pixel to itself, so the two ends of one link land on
+// the same sum; such grids are tiny, so they walk the links literally.
+void RelaxThinGrid(const RelaxationGrid& g, const float* a, float* b)
+{
+    const int w = g.width;
+    const int h = g.height;
+    std::copy(a, a + static_cast<std::size_t>(w) * h, b);
+    for (int x = 0; x < w; ++x)
+        for (int y = 0; y < h; ++y)
+        {
+            const std::size_t p = Index(x, y, w);
+            if (!(g.cutRight && g.cutRight[p]))
+            {
+                const std::size_t q = Index((x + 1) % w, y, w);
+                const float d = kLinkShare * (g.riseX[p] - (a[q] - a[p]));
+                b[p] -= d;
+                b[q] += d;
+            }
+            if (!(g.cutBelow && g.cutBelow[p]))
+            {
+                const std::size_t q = Index(x, (y + 1) % h, w);
+                const float d = kLinkShare * (g.riseY[p] - (a[q] - a[p]));
+                b[p] -= d;
+                b[q] += d;
+            }
+        }
+}
+
+// Several passes per trip through memory: each tile is copied out with a margin as wide as the
+// number of passes, relaxed there while its valid part shrinks by one pixel a pass, and its centre
+// written back. The copy wraps around the grid, so the margin holds exactly the pixels the torus puts
+// there, and the order of the sums changes only where the global first row or column lies, which is
+// tracked per tile. Tiles of 256 x 64 with 8 passes keep the working set in a core's L2 cache.
+constexpr int kTileWidth = 256;
+constexpr int kTileHeight = 64;
+constexpr int kFusedPasses = 8;
+
+int Modulo(long long value, int modulus)
+{
+    const long long r = value % modulus;
+    return static_cast<int>(r < 0 ? r + modulus : r);
+}
+
+// `count` elements of a row from column `start` on, wrapping past the end as often as needed.
+void CopyWrapped(const float* row, int width, int start, int count, float* out)
+{
+    while (count > 0)
+    {
+        const int n = std::min(count, width - start);
+        std::copy(row + start, row + start + n, out);
+        out += n;
+        count -= n;
+        start = 0;
+    }
+}
+
+struct TileBuffers
+{
+    std::vector<float> a, b, riseX, riseY;
+    std::vector<const float*> riseXRows, riseYRows; // per local row, into riseX / riseY or the grid
+    std::vector<float> h, vAbove, vOwn;
+    std::vector<int> seamColumns; // local columns that are global column 0
+};
+
+BRONDEL_WIDE_CLONES
+void RelaxTile(const RelaxationGrid& g, const float* from, float* to, int x0, int y0, int tileWidth,
+               int tileHeight, int passes, TileBuffers& t)
+{
+    const int w = g.width;
+    const int h = g.height;
+    const int lw = tileWidth + 2 * passes;
+    const int lh = tileHeight + 2 * passes;
+    const std::size_t area = static_cast<std::size_t>(lw) * lh;
+    for (std::vector<float>* buffer : {&t.a, &t.b, &t.riseX, &t.riseY})
+        if (buffer->size() < area)
+            buffer->resize(area);
+    for (std::vector<float>* buffer : {&t.h, &t.vAbove, &t.vOwn})
+        if (buffer->size() < static_cast<std::size_t>(lw))
+            buffer->resize(static_cast<std::size_t>(lw));
+
+    const int gx0 = Modulo(static_cast<long long>(x0) - passes, w);
+    const int gy0 = Modulo(static_cast<long long>(y0) - passes, h);
+    // Rises are only read, so where the tile's columns do not wrap they are used in place.
+    const bool contiguous = gx0 + lw <= w;
+    t.riseXRows.resize(static_cast<std::size_t>(lh));
+    t.riseYRows.resize(static_cast<std::size_t>(lh));
+    for (int r = 0; r < lh; ++r)
+    {
+        const std::size_t row = Index(0, (gy0 + r) % h, w);
+        const std::size_t local = Index(0, r, lw);
+        CopyWrapped(from + row, w, gx0, lw, t.a.data() + local);
+        if (contiguous)
+        {
+            t.riseXRows[r] = g.riseX + row + gx0;
+            t.riseYRows[r] = g.riseY + row + gx0;
+        }
+        else
+        {
+            CopyWrapped(g.riseX + row, w, gx0, lw, t.riseX.data() + local);
+            CopyWrapped(g.riseY + row, w, gx0, lw, t.riseY.data() + local);
+            t.riseXRows[r] = t.riseX.data() + local;
+            t.riseYRows[r] = t.riseY.data() + local;
+        }
+    }
+    t.seamColumns.clear();
+    for (int c = (w - gx0) % w; c < lw; c += w)
+        t.seamColumns.push_back(c);
+
+    float* src = t.a.data();
+    float* dst = t.b.data();
+    float* hLink = t.h.data();
+    float* vAbove = t.vAbove.data();
+    float* vOwn = t.vOwn.data();
+    const auto verticalLinks = [&](int r, int c0, int c1, float* out) {
+        const float* row = src + Index(0, r, lw);
+        const float* below = row + lw;
+        const float* rise = t.riseYRows[r];
+        for (int c = c0; c < c1; ++c)
+            out[c] = kLinkShare * (rise[c] - (below[c] - row[c]));
+    };
+    for (int k = 1; k <= passes; ++k)
+    {
+        // Pixels whose whole neighbourhood was valid after the previous pass.
+        const int c0 = k;
+        const int c1 = lw - k;
+        verticalLinks(k - 1, c0, c1, vAbove);
+        for (int r = k; r < lh - k; ++r)
+        {
+            const float* a = src + Index(0, r, lw);
+            float* b = dst + Index(0, r, lw);
+            const float* riseX = t.riseXRows[r];
+            for (int c = c0 - 1; c < c1; ++c)
+                hLink[c] = kLinkShare * (riseX[c] - (a[c + 1] - a[c]));
+            verticalLinks(r, c0, c1, vOwn);
+
+            const bool firstRow = (gy0 + r) % h == 0;
+            if (!firstRow)
+                for (int c = c0; c < c1; ++c)
+                    b[c] = (((a[c] + hLink[c - 1]) + vAbove[c]) - hLink[c]) - vOwn[c];
+            else
+                for (int c = c0; c < c1; ++c)
+                    b[c] = (((a[c] + hLink[c - 1]) - hLink[c]) - vOwn[c]) + vAbove[c];
+            for (const int c : t.seamColumns)
+            {
+                if (c < c0 || c >= c1)
+                    continue;
+                b[c] = firstRow ? (((a[c] - hLink[c]) - vOwn[c]) + vAbove[c]) + hLink[c - 1]
+                                : (((a[c] + vAbove[c]) - hLink[c]) - vOwn[c]) + hLink[c - 1];
+            }
+            std::swap(vAbove, vOwn);
+        }
+        std::swap(src, dst);
+    }
+
+    for (int r = 0; r < tileHeight; ++r)
+    {
+        const float* local = src + Index(passes, passes + r, lw);
+        std::copy(local, local + tileWidth, to + Index(x0, y0 + r, w));
+    }
+}
+
+void RelaxTiled(const RelaxationGrid& g, const float* from, float* to, int passes)
+{
+    const int columns = (g.width + kTileWidth - 1) / kTileWidth;
+    const int rows = (g.height + kTileHeight - 1) / kTileHeight;
+    ParallelFor(0, columns * rows, [&](int first, int last) {
+        TileBuffers buffers;
+        for (int tile = first; tile < last; ++tile)
+        {
+            const int x0 = (tile % columns) * kTileWidth;
+            const int y0 = (tile / columns) * kTileHeight;
+            RelaxTile(g, from, to, x0, y0, std::min(kTileWidth, g.width - x0),
+                      std::min(kTileHeight, g.height - y0), passes, buffers);
+        }
+    });
+}
+} // namespace
+
+void RelaxDepth(const RelaxationGrid& grid, float* depth, float* scratch, int passes)
+{
+    if (passes <= 0 || grid.width <= 0 || grid.height <= 0)
+        return;
+    const bool tiled = grid.width >= 2 && grid.height >= 2 && !grid.cutRight && !grid.cutBelow;
+    float* current = depth;
+    float* next = scratch;
+    while (passes > 0)
+    {
+        const int fused = tiled ? std::min(passes, kFusedPasses) : 1;
+        if (tiled)
+            RelaxTiled(grid, current, next, fused);
+        else
+            RelaxDepthPass(grid, current, next);
+        std::swap(current, next);
+        passes -= fused;
+    }
+    if (current != depth)
+        std::copy(current, current + static_cast<std::size_t>(grid.width) * grid.height, depth);
+}
+
+void ComputeRises(const Vector3D* normals, int width, int height, float* riseX, float* riseY)
+{
+    ParallelFor(0, height, [&](int from, int to) {
+        for (std::size_t i = Index(0, from, width), end = Index(0, to, width); i < end; ++i)
+        {
+            const Vector2D rise = RiseFromNormal(normals[i]);
+            riseX[i] = rise.x;
+            riseY[i] = rise.y;
+        }
+    });
+}
+
+void RelaxDepthPass(const RelaxationGrid& grid, const float* from, float* to)
+{
+    if (grid.width <= 0 || grid.height <= 0)
+        return;
+    if (grid.width < 2 || grid.height < 2)
+    {
+        RelaxThinGrid(grid, from, to);
+        return;
+    }
+    if (!grid.cutRight && !grid.cutBelow)
+    {
+        RelaxTiled(grid, from, to, 1);
+        return;
+    }
+    // One missing plane means no cuts in that direction; a zeroed stand-in keeps the loops uniform.
+    std::unique_ptr<bool[]> none;
+    RelaxationGrid g = grid;
+    if (!g.cutRight || !g.cutBelow)
+    {
+        none.reset(new bool[static_cast<std::size_t>(grid.width) * grid.height]());
+        g.cutRight = g.cutRight ? g.cutRight : none.get();
+        g.cutBelow = g.cutBelow ? g.cutBelow : none.get();
+    }
+    ParallelFor(0, grid.height, [&](int first, int last) { RelaxRowsWithCuts(g, from, to, first, last); });
+}
+
+void InflateDepth(const float* coarse, int coarseWidth, int coarseHeight, float factor, float* fine)
+{
+    const int fineWidth = 2 * coarseWidth;
+    ParallelFor(0, coarseHeight, [&](int from, int to) {
+        for (int y = from; y < to; ++y)
+        {
+            const float* src = coarse + Index(0, y, coarseWidth);
+            float* upper = fine + Index(0, 2 * y, fineWidth);
+            float* lower = upper + fineWidth;
+            for (std::size_t x = 0; x < static_cast<std::size_t>(coarseWidth); ++x)
+            {
+                const float v = factor * src[x];
+                upper[2 * x] = upper[2 * x + 1] = v;
+                lower[2 * x] = lower[2 * x + 1] = v;
+            }
+        }
+    });
+}
+
+DepthExtent FindDepthExtent(const float* depth, const std::uint8_t* mask, int width, int height)
+{
+    DepthExtent extent;
+    if (width <= 0 || height <= 0)
+        return extent;
+    // Per-row extremes, merged in row order afterwards. Strict comparisons keep the first of equal
+    // values met, so -0 against +0 resolves exactly as one scan in reading order would.
+    constexpr float kInf = std::numeric_limits<float>::infinity();
+    std::vector<DepthExtent> rows(static_cast<std::size_t>(height), DepthExtent{kInf, -kInf});
+    ParallelFor(0, height, [&](int from, int to) {
+        for (int y = from; y < to; ++y)
+        {
+            DepthExtent& row = rows[static_cast<std::size_t>(y)];
+            const std::size_t start = Index(0, y, width);
+            for (int x = 0; x < width; ++x)
+            {
+                if (mask && mask[start + x] == 0)
+                    continue;
+                const float d = depth[start + x];
+                if (d < row.minimum)
+                    row.minimum = d;
+                if (d > row.maximum)
+                    row.maximum = d;
+            }
+        }
+    });
+    extent.minimum = extent.maximum = depth[0];
+    for (const DepthExtent& row : rows)
+    {
+        if (row.minimum < extent.minimum)
+            extent.minimum = row.minimum;
+        if (row.maximum > extent.maximum)
+            extent.maximum = row.maximum;
+    }
+    return extent;
+}
+
+std::vector<float> NormaliseDepth(const float* depth, const std::uint8_t* mask, int width, int height,
+                                  float minimum, float range)
+{
+    std::vector<float> out(static_cast<std::size_t>(width) * height);
+    ParallelFor(0, height, [&](int from, int to) {
+        for (std::size_t i = Index(0, from, width), end = Index(0, to, width); i < end; ++i)
+            out[i] = mask && mask[i] == 0 ? 0.0f : (depth[i] - minimum) / range;
+    });
+    return out;
+}
