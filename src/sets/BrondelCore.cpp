@@ -1,0 +1,452 @@
+#include "sets/BrondelCore.h"
+
+#include "processing/ImageProcessor.h"
+#include "sets/StringHelpers.h"
+
+#include <climits>
+#include <unordered_set>
+
+namespace {
+const char* const kInvalidSuffixCaption = "Couldn't find valid filename suffix";
+const char* const kInvalidSuffixText =
+    "To load a set of images, select one with a valid suffix in the filename (such as '_Left', '_Front', "
+    "'_Diffuse', etc) - the rest of the image names will be based on this.";
+
+// a x b for non-negative values, stopping at the largest int: a big sheet times many refinement steps
+// passes 2^31 easily, and an estimate only has to say "too long".
+long long SaturatedProduct(long long a, long long b)
+{
+    if (a <= 0 || b <= 0)
+        return 0;
+    if (a > INT_MAX / b)
+        return INT_MAX;
+    return a * b;
+}
+} // namespace
+
+BrondelCore::BrondelCore(std::string root) : rootPath(std::move(root))
+{
+    // A processor exists before any set is loaded, so the current index always addresses one.
+    processors.push_back(MakeProcessor());
+    currentIndex = 0;
+}
+
+BrondelCore::~BrondelCore() = default;
+
+bool BrondelCore::IsRunningWindows()
+{
+#ifdef _WIN32
+    return true;
+#else
+    return false;
+#endif
+}
+
+std::unique_ptr<ImageProcessor> BrondelCore::MakeProcessor()
+{
+    return std::make_unique<ImageProcessor>(messageCallback, rootPath, &log);
+}
+
+void BrondelCore::SetMessageCallback(MessageCallback callback)
+{
+    messageCallback = std::move(callback);
+    FinaliseDelegates();
+}
+
+void BrondelCore::SetLog(LogOutput logOutput)
+{
+    log = logOutput;
+    for (const auto& processor : processors)
+        processor->SetLog(&log);
+}
+
+void BrondelCore::FinaliseDelegates()
+{
+    for (const auto& processor : processors)
+    {
+        processor->SetMessageCallback(messageCallback);
+        processor->SetLog(&log);
+    }
+}
+
+void BrondelCore::NotifyRefresh() const
+{
+    if (refreshCallback)
+        refreshCallback();
+}
+
+void BrondelCore::NotifyImageChanged(ImageType type) const
+{
+    if (imageChangedCallback)
+        imageChangedCallback(type);
+}
+
+void BrondelCore::NotifySetList() const
+{
+    if (!setListCallback)
+        return;
+    std::vector<std::string> names;
+    for (const auto& set : imageSets)
+    {
+        const std::size_t slash = set->baseName.rfind('/');
+        names.push_back(slash == std::string::npos ? set->baseName : set->baseName.substr(slash + 1));
+    }
+    setListCallback(names);
+}
+
+void BrondelCore::ReportInvalidSuffix()
+{
+    if (messageCallback)
+        messageCallback(kInvalidSuffixText, kInvalidSuffixCaption);
+}
+
+const ImageSet* BrondelCore::GetImageSet(int index) const
+{
+    if (index < 0 || index >= GetImageSetCount())
+        return nullptr;
+    return imageSets[static_cast<std::size_t>(index)].get();
+}
+
+const ImageSet* BrondelCore::GetCurrentImageSet() const
+{
+    return GetImageSet(currentIndex);
+}
+
+ImageProcessor* BrondelCore::GetProcessor(int index) const
+{
+    if (index < 0 || index >= GetProcessorCount())
+        return nullptr;
+    return processors[static_cast<std::size_t>(index)].get();
+}
+
+ImageProcessor* BrondelCore::GetCurrentProcessor() const
+{
+    return GetProcessor(currentIndex);
+}
+
+// --- Loading and selection
+
+void BrondelCore::AdvanceToAppendedSet()
+{
+    // Every load moves the index on by one, which lands on the new set after a clear or a previous
+    // load. Straight after construction the index is already 0 with no set, and one step would pass the
+    // end of the list; it then stops at the set just added instead.
+    ++currentIndex;
+    if (currentIndex >= GetImageSetCount())
+        currentIndex = GetImageSetCount() - 1;
+    while (GetProcessorCount() <= currentIndex)
+        processors.push_back(MakeProcessor());
+}
+
+void BrondelCore::LoadCurrentSet()
+{
+    ImageProcessor* processor = GetCurrentProcessor();
+    const ImageSet* set = GetCurrentImageSet();
+    if (!processor || !set)
+        return;
+    for (int type = 0; type < kImageTypeCount; ++type)
+    {
+        const auto kind = static_cast<ImageType>(type);
+        processor->LoadImageByName(kind, set->GetFilenameOfType(kind, suffixes), flipY);
+    }
+}
+
+void BrondelCore::LoadImageSet(std::string filename)
+{
+    auto set = std::make_unique<ImageSet>(filename, suffixes, !IsRunningWindows());
+    // An unusable name is refused before it joins the list, so the sets already loaded stay as they were.
+    if (!set->isValid)
+    {
+        ReportInvalidSuffix();
+        return;
+    }
+    imageSets.push_back(std::move(set));
+    AdvanceToAppendedSet();
+    LoadCurrentSet();
+    NotifySetList();
+    NotifyRefresh();
+}
+
+void BrondelCore::LoadImageSet(std::string baseName, std::string extension)
+{
+    auto set = std::make_unique<ImageSet>();
+    set->baseName = std::move(baseName);
+    set->extension = std::move(extension);
+    set->isValid = true;
+    imageSets.push_back(std::move(set));
+    AdvanceToAppendedSet();
+    LoadCurrentSet();
+}
+
+bool BrondelCore::LoadMultipleImageSets(std::vector<std::string> filenames)
+{
+    // Picking several members of one set must not load it twice, hence the set of base names. All sets
+    // share the extension of the last valid name: the loader forms every member from one extension.
+    std::unordered_set<std::string> baseNames;
+    std::string extension;
+    for (const std::string& filename : filenames)
+    {
+        const ImageSet set(filename, suffixes, !IsRunningWindows());
+        if (!set.isValid)
+            continue;
+        baseNames.insert(set.baseName);
+        extension = set.extension;
+    }
+    if (baseNames.empty())
+    {
+        ReportInvalidSuffix();
+        return false;
+    }
+
+    ClearImageSets();
+    for (const std::string& baseName : baseNames)
+        LoadImageSet(baseName, extension);
+    NotifySetList();
+    NotifyRefresh();
+    TrimImageProcessors(GetImageSetCount());
+    return true;
+}
+
+void BrondelCore::LoadDefaultSet()
+{
+    LoadMultipleImageSets({rootPath + "Examples/ExampleHead_Diffuse.png"});
+}
+
+void BrondelCore::LoadImageOfType(std::string filename, ImageType type)
+{
+    ImageProcessor* processor = GetCurrentProcessor();
+    if (!processor)
+        return;
+    processor->LoadImageByName(type, filename, flipY);
+    NotifyImageChanged(type);
+}
+
+void BrondelCore::LoadDefaultImageOfType(ImageType type)
+{
+    ImageProcessor* processor = GetCurrentProcessor();
+    if (!processor)
+        return;
+    processor->LoadDefaultImage(type);
+    // A cleared profile must stop counting towards the working size, or the time estimates and the
+    // next generation would still see the old resolution.
+    processor->ComputeBestDimensions();
+    NotifyImageChanged(type);
+}
+
+Image* BrondelCore::GetCurrentBitmapByType(ImageType type) const
+{
+    const ImageProcessor* processor = GetCurrentProcessor();
+    return processor ? processor->GetImage(type) : nullptr;
+}
+
+bool BrondelCore::HasNonDefaultImageOfType(ImageType type) const
+{
+    const ImageProcessor* processor = GetCurrentProcessor();
+    return processor && processor->IsLoaded(type);
+}
+
+void BrondelCore::ClearImageSets()
+{
+    // Processors are kept: the next loads reuse them instead of reallocating their arrays.
+    imageSets.clear();
+    currentIndex = -1;
+}
+
+void BrondelCore::SelectImageSet(int index)
+{
+    if (index < 0 || index >= GetImageSetCount())
+        return;
+    currentIndex = index;
+    NotifyRefresh();
+}
+
+void BrondelCore::TrimImageProcessors(int count)
+{
+    // One processor always stays, so the current index has something to address.
+    const int keep = count < 1 ? 1 : count;
+    if (GetProcessorCount() <= keep)
+        return;
+    processors.resize(static_cast<std::size_t>(keep));
+    SelectImageSet(0);
+}
+
+// --- Generation
+
+void BrondelCore::ForEverySet(const std::function<bool()>& operation)
+{
+    const int previous = currentIndex;
+    for (int index = 0; index < GetImageSetCount(); ++index)
+    {
+        currentIndex = index;
+        if (!operation())
+            break;
+    }
+    currentIndex = previous;
+    FinaliseDelegates();
+    NotifyRefresh();
+}
+
+void BrondelCore::AttemptNormalGeneration()
+{
+    FinaliseDelegates();
+    ImageProcessor* processor = GetCurrentProcessor();
+    if (!processor)
+        return;
+    if (!processor->SufficientLightingProfiles())
+    {
+        if (messageCallback)
+            messageCallback(
+                "To generate normals, you must load a left or right lighting profile (or both), and a "
+                "top or bottom lighting profile (or both).",
+                "Insufficient lighting profiles");
+        return;
+    }
+    if (!processor->DoLightingProfilesMatch())
+    {
+        if (messageCallback)
+            messageCallback(
+                "To generate a normal map, all of the loaded lighting profile images must be of the "
+                "same resolution.",
+                "Resolution mismatch");
+        return;
+    }
+    processor->GenerateNormals(normalBend, normalRotationDirection, normalRotationAmount, autofixFlatNormals,
+                               flipY);
+    NotifyImageChanged(Normal);
+}
+
+void BrondelCore::AttemptDepthGeneration()
+{
+    FinaliseDelegates();
+    ImageProcessor* processor = GetCurrentProcessor();
+    if (!processor)
+        return;
+    processor->GenerateDepthMapFromNormals(depthRefinementSteps, respectSelectedEdges, lowFrequencyEmphasis);
+    NotifyImageChanged(Depth);
+}
+
+void BrondelCore::AttemptAOGeneration()
+{
+    FinaliseDelegates();
+    ImageProcessor* processor = GetCurrentProcessor();
+    if (!processor)
+        return;
+    processor->GenerateAOFromDepth(aoConeGradient, aoBoxSize, aoStepSize, aoLightFlatness);
+    NotifyImageChanged(AO);
+}
+
+bool BrondelCore::AttemptPaletteGeneration()
+{
+    FinaliseDelegates();
+    ImageProcessor* processor = GetCurrentProcessor();
+    if (!processor)
+        return false;
+    const bool created = processor->CreatePaletteFromDiffuseMap(paletteHeight, paletteSampleLighting);
+    NotifyImageChanged(Palette);
+    return created;
+}
+
+void BrondelCore::AttemptIndexGeneration()
+{
+    FinaliseDelegates();
+    ImageProcessor* processor = GetCurrentProcessor();
+    if (!processor)
+        return;
+    processor->GeneratePaletteIndex();
+    NotifyImageChanged(Index);
+}
+
+void BrondelCore::AttemptAnisotropyGeneration()
+{
+    FinaliseDelegates();
+    ImageProcessor* processor = GetCurrentProcessor();
+    if (!processor)
+        return;
+    processor->GenerateAnisotropyMap(anisotropyExpandCount, anisotropyOutputType);
+    NotifyImageChanged(Aniso);
+}
+
+void BrondelCore::AttemptNormalGenerationAll()
+{
+    ForEverySet([this] {
+        AttemptNormalGeneration();
+        return true;
+    });
+}
+
+void BrondelCore::AttemptDepthGenerationAll()
+{
+    ForEverySet([this] {
+        AttemptDepthGeneration();
+        return true;
+    });
+}
+
+void BrondelCore::AttemptAOGenerationAll()
+{
+    ForEverySet([this] {
+        AttemptAOGeneration();
+        return true;
+    });
+}
+
+bool BrondelCore::AttemptPaletteGenerationAll()
+{
+    bool allCreated = true;
+    ForEverySet([this, &allCreated] {
+        allCreated = AttemptPaletteGeneration();
+        return allCreated;
+    });
+    return allCreated;
+}
+
+void BrondelCore::AttemptIndexGenerationAll()
+{
+    ForEverySet([this] {
+        AttemptIndexGeneration();
+        return true;
+    });
+}
+
+void BrondelCore::AttemptAnisotropyGenerationAll()
+{
+    ForEverySet([this] {
+        AttemptAnisotropyGeneration();
+        return true;
+    });
+}
+
+// --- Time estimates
+
+int BrondelCore::EstimateTime(bool all, long long factor) const
+{
+    long long total = 0;
+    for (int index = 0; index < GetProcessorCount(); ++index)
+    {
+        if (!all && index != currentIndex)
+            continue;
+        const ImageProcessor* processor = GetProcessor(index);
+        const long long pixels = SaturatedProduct(processor->GetWidth(), processor->GetHeight());
+        total += SaturatedProduct(pixels, factor);
+        if (total > INT_MAX)
+            return INT_MAX;
+    }
+    return static_cast<int>(total);
+}
+
+int BrondelCore::CheckNormalsTime(bool all) const
+{
+    return EstimateTime(all, 1);
+}
+
+int BrondelCore::CheckDepthTime(bool all) const
+{
+    return EstimateTime(all, depthRefinementSteps);
+}
+
+int BrondelCore::CheckAOTime(bool all) const
+{
+    // The ratio is an integer quotient on purpose: box 5 with step 2 counts as 2 x 2, not 2.5 x 2.5.
+    const long long ratio = aoBoxSize / (aoStepSize > 0 ? aoStepSize : 1);
+    return EstimateTime(all, ratio * ratio);
+}

@@ -1,0 +1,218 @@
+#pragma once
+#include "sets/ImageSet.h"
+#include "sets/ImageType.h"
+#include "sets/LogOutput.h"
+#include "sets/SuffixSet.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+class Image;
+class ImageProcessor;
+
+// The one object every front end (main window, batch mode, test bed) works through: it owns the
+// loaded image sets with one processor each, the generation parameters and the log sink, dispatches
+// generation to the current set or to all of them, and names and saves the outputs. It talks to its
+// owner only through the callbacks below.
+class BrondelCore
+{
+public:
+    using MessageCallback = std::function<void(std::string text, std::string caption)>;
+    using RefreshCallback = std::function<void()>;
+    using ImageChangedCallback = std::function<void(ImageType)>;
+    using SetListCallback = std::function<void(std::vector<std::string>)>;
+
+    // What a save did: wrote every file it meant to, had nothing present to write, or failed a write.
+    enum class SaveOutcome
+    {
+        Saved,
+        NothingToSave,
+        Failed
+    };
+
+    // Estimates above these ask the artist before a long run; an estimate equal to a limit does not.
+    static constexpr int kNormalsTimeLimit = 1200000;
+    static constexpr int kDepthTimeLimit = 100000000;
+    static constexpr int kAOTimeLimit = 30000000;
+    static constexpr const char* kLongProcessCaption = "Long process warning";
+    static constexpr const char* kLongNormalsText =
+        "This process is estimated to take some time (more than ten seconds). This is affected by the size "
+        "and number of images being processed. Are you sure you want to proceed?";
+    static constexpr const char* kLongDepthText =
+        "This process is estimated to take some time (more than ten seconds). This is affected by the size "
+        "and number of images and the number of depth iterations selected. Are you sure you want to proceed?";
+    static constexpr const char* kLongAOText =
+        "This process is estimated to take some time (more than ten seconds). This is affected by the size "
+        "and number of imagesand the ratio of box size to step size. Are you sure you want to proceed?";
+
+    explicit BrondelCore(std::string rootPath);
+    ~BrondelCore();
+    BrondelCore(const BrondelCore&) = delete;
+    BrondelCore& operator=(const BrondelCore&) = delete;
+
+    static bool IsRunningWindows();
+
+    // --- Callbacks and log
+    // Also handed to every processor at once, so none keeps reporting through a callback being replaced.
+    void SetMessageCallback(MessageCallback callback);
+    const MessageCallback& GetMessageCallback() const { return messageCallback; }
+    void SetRefreshCallback(RefreshCallback callback) { refreshCallback = std::move(callback); }
+    void SetImageChangedCallback(ImageChangedCallback callback)
+    {
+        imageChangedCallback = std::move(callback);
+    }
+    void SetSetListChangedCallback(SetListCallback callback) { setListCallback = std::move(callback); }
+    void SetLog(LogOutput logOutput);
+    const LogOutput& GetLog() const { return log; }
+    void FinaliseDelegates();
+    const std::string& GetRootPath() const { return rootPath; }
+
+    // --- Loading and selection
+    void LoadImageSet(std::string filename);
+    void LoadImageSet(std::string baseName, std::string extension);
+    bool LoadMultipleImageSets(std::vector<std::string> filenames);
+    void LoadDefaultSet();
+    void LoadImageOfType(std::string filename, ImageType type);
+    void LoadDefaultImageOfType(ImageType type);
+    Image* GetCurrentBitmapByType(ImageType type) const;
+    bool HasNonDefaultImageOfType(ImageType type) const;
+    void ClearImageSets();
+    void SelectImageSet(int index);
+    void TrimImageProcessors(int count);
+
+    int GetImageSetCount() const { return static_cast<int>(imageSets.size()); }
+    int GetProcessorCount() const { return static_cast<int>(processors.size()); }
+    // -1 after ClearImageSets; may also name no set right after construction (index 0, no sets).
+    int GetCurrentIndex() const { return currentIndex; }
+    // Null when the current index names no set.
+    const ImageSet* GetCurrentImageSet() const;
+    const ImageSet* GetImageSet(int index) const;
+    // Null when the current index names no processor.
+    ImageProcessor* GetCurrentProcessor() const;
+    ImageProcessor* GetProcessor(int index) const;
+
+    // --- Generation: the single-set operations work on the current set, the All ones on every set in
+    // turn, leaving the current set as it was.
+    void AttemptNormalGeneration();
+    void AttemptNormalGenerationAll();
+    void AttemptDepthGeneration();
+    void AttemptDepthGenerationAll();
+    void AttemptAOGeneration();
+    void AttemptAOGenerationAll();
+    bool AttemptPaletteGeneration();
+    bool AttemptPaletteGenerationAll();
+    void AttemptIndexGeneration();
+    void AttemptIndexGenerationAll();
+    void AttemptAnisotropyGeneration();
+    void AttemptAnisotropyGenerationAll();
+
+    // Time estimates, saturated at the largest int rather than overflowing.
+    int CheckNormalsTime(bool all) const;
+    int CheckDepthTime(bool all) const;
+    int CheckAOTime(bool all) const;
+
+    // --- Filenames and saving
+    // Requires a current set.
+    std::string GetDefaultFilenameByType(ImageType type) const;
+    // Empty when no set is current.
+    std::string GetFilenameFromCurrentSet(ImageType type) const;
+    std::string GetCustomFilename(std::string label, std::string extension) const;
+    SaveOutcome SaveCurrentImageByType(ImageType type, std::string filename);
+    SaveOutcome SaveCurrentImageByType(ImageType type);
+
+    // --- Batch mode
+    // Runs one batch job from a command line; returns the process exit status.
+    int HandleCLIInstance(char** argv, int argc);
+    static void PrintCLIHelp();
+    std::string GetNormalCLIParams() const;
+    std::string GetDepthCLIParams() const;
+    std::string GetAOCLIParams() const;
+    std::string GetAnisotropyCLIParams() const;
+    std::string GetPaletteCLIParams() const;
+
+    // --- Generation parameters
+    void SetNormalsFlippedYStatus(bool flipped);
+    bool GetNormalsFlippedYStatus() const;
+    void SetNormalBend(float bend);
+    float GetNormalBend() const;
+    void SetNormalRotationDirection(float degrees);
+    float GetNormalRotationDirection() const;
+    void SetNormalRotationAmount(float degrees);
+    float GetNormalRotationAmount() const;
+    void SetAutofixFlatNormals(bool fix);
+    bool GetAutofixFlatNormals() const;
+    void SetDepthRefinementSteps(int steps);
+    int GetDepthRefinementSteps() const;
+    void SetRespectSelectedEdges(bool respect);
+    bool GetRespectSelectedEdges() const;
+    void SetLowFrequencyEmphasis(float emphasis);
+    float GetLowFrequencyEmphasis() const;
+    void SetAOLightFlatness(float flatness);
+    float GetAOLightFlatness() const;
+    void SetAOConeGradient(float gradient);
+    float GetAOConeGradient() const;
+    void SetAOBoxSize(int size);
+    int GetAOBoxSize() const;
+    void SetAOStepSize(int size);
+    int GetAOStepSize() const;
+    void SetPaletteHeight(int height);
+    int GetPaletteHeight() const;
+    void SetPaletteSampleLighting(bool sample);
+    bool GetPaletteSampleLighting() const;
+    void SetAnisotropyExpandCount(int count);
+    int GetAnisotropyExpandCount() const;
+    void SetAnisotropyOutputType(int type);
+    int GetAnisotropyOutputType() const;
+
+private:
+    std::unique_ptr<ImageProcessor> MakeProcessor();
+    // Loads all 18 kinds of the current set into the current set's processor.
+    void LoadCurrentSet();
+    // Moves the index on to the set just appended, the way every load does.
+    void AdvanceToAppendedSet();
+    void ReportInvalidSuffix();
+    void NotifyRefresh() const;
+    void NotifyImageChanged(ImageType type) const;
+    void NotifySetList() const;
+    // Runs a single-set operation on every set with the index pointing at it, then restores the index.
+    void ForEverySet(const std::function<bool()>& operation);
+    // Sum over the processors concerned of pixels times the factor, saturated to int.
+    int EstimateTime(bool all, long long factor) const;
+    SaveOutcome SaveComposites(ImageType type, const std::string& filename, const std::string& normalName,
+                               const std::string& depthName);
+    SaveOutcome WriteImage(const Image& image, const std::string& filename);
+
+    MessageCallback messageCallback;
+    RefreshCallback refreshCallback;
+    ImageChangedCallback imageChangedCallback;
+    SetListCallback setListCallback;
+    std::string rootPath;
+    LogOutput log;
+    std::vector<std::unique_ptr<ImageProcessor>> processors;
+    std::vector<std::unique_ptr<ImageSet>> imageSets;
+    int currentIndex = 0;
+    SuffixSet suffixes;
+
+    float normalBend = 1.0f;
+    float normalRotationDirection = 0.0f;
+    float normalRotationAmount = 0.0f;
+    bool autofixFlatNormals = true;
+    bool flipY = false;
+
+    int depthRefinementSteps = 100;
+    bool respectSelectedEdges = false;
+    float lowFrequencyEmphasis = 0.2f;
+
+    float aoLightFlatness = 0.0f;
+    float aoConeGradient = 0.01f;
+    int aoBoxSize = 5;
+    int aoStepSize = 1;
+
+    int paletteHeight = 32;
+    bool paletteSampleLighting = false;
+
+    int anisotropyExpandCount = 3;
+    int anisotropyOutputType = 0; // 0 vector, 1 angle-doubled vector, 2 angle
+};

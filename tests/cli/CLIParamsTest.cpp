@@ -1,0 +1,53 @@
+#include "sets/BrondelCore.h"
+
+#include <gtest/gtest.h>
+
+TEST(CLIParams, DefaultsLeaveOutWhatEqualsTheWindowDefaults)
+{
+    const BrondelCore core(BRONDEL_RESOURCE_DIR);
+    EXPECT_EQ(core.GetNormalCLIParams(), " -nFlatFix");
+    // 100 steps is omitted although the batch reads a missing -dRefSteps as 50.
+    EXPECT_EQ(core.GetDepthCLIParams(), " -dLowFreq 0.2");
+    EXPECT_EQ(core.GetAOCLIParams(), " -aoConeGrad 0.01 -aoBoxSize 5 -aoLightFlatness 0");
+    EXPECT_EQ(core.GetAnisotropyCLIParams(), " -anisoExpandCount 3 -anisoType vector");
+    EXPECT_EQ(core.GetPaletteCLIParams(), " -pHeight 32");
+}
+
+TEST(CLIParams, ChangedValuesAppearWithShortestNumberText)
+{
+    BrondelCore core(BRONDEL_RESOURCE_DIR);
+    core.SetNormalRotationAmount(0.5f);
+    core.SetNormalRotationDirection(45.0f);
+    core.SetNormalBend(2.25f);
+    core.SetAutofixFlatNormals(false);
+    core.SetNormalsFlippedYStatus(true);
+    // A rotation of 0.5 degrees or less is not worth writing.
+    EXPECT_EQ(core.GetNormalCLIParams(), " -nBend 2.25 -nFlipY");
+    core.SetNormalRotationAmount(12.0f);
+    // The direction is written as -nRotDirect, a word the batch options do not read.
+    EXPECT_EQ(core.GetNormalCLIParams(), " -nRotAmount 12 -nRotDirect 45 -nBend 2.25 -nFlipY");
+
+    core.SetLowFrequencyEmphasis(1.5f);
+    core.SetDepthRefinementSteps(50);
+    EXPECT_EQ(core.GetDepthCLIParams(), " -dLowFreq 1.5 -dRefSteps 50");
+
+    core.SetAOConeGradient(-0.035f);
+    core.SetAOBoxSize(12);
+    core.SetAOStepSize(3);
+    core.SetAOLightFlatness(0.3f);
+    EXPECT_EQ(core.GetAOCLIParams(), " -aoConeGrad -0.035 -aoBoxSize 12 -aoStepSize 3 -aoLightFlatness 0.3");
+
+    const char* expected[] = {
+        " -anisoExpandCount 7 -anisoType vector", " -anisoExpandCount 7 -anisoType doubleVector",
+        " -anisoExpandCount 7 -anisoType angle", " -anisoExpandCount 7 -anisoType vector"};
+    core.SetAnisotropyExpandCount(7);
+    for (int type = 0; type < 4; ++type)
+    {
+        core.SetAnisotropyOutputType(type);
+        EXPECT_EQ(core.GetAnisotropyCLIParams(), expected[type]);
+    }
+
+    core.SetPaletteHeight(128);
+    core.SetPaletteSampleLighting(true);
+    EXPECT_EQ(core.GetPaletteCLIParams(), " -pHeight 128 -pSampleLighting");
+}
