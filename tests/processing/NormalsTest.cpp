@@ -184,8 +184,8 @@ TEST(Normals, FastKernelsMatchThePlainLoopsBitForBit)
         for (const int threads : {1, 2})
         {
             SetWorkerThreadCount(threads);
-            const int w = 19;
-            const int h = 14;
+            const int w = 20;
+            const int h = 12;
             Fixture f;
             f.processor.SetImage(RandomGrey(random, w, h).release(), Left);
             f.processor.SetImage(RandomGrey(random, w, h).release(), Top);
@@ -209,6 +209,33 @@ TEST(Normals, FastKernelsMatchThePlainLoopsBitForBit)
             const std::vector<Vector3D> expected = ReferenceGenerateNormals(in, 1.3f, 40.0f, 12.0f, autofix);
             for (int i = 0; i < w * h; ++i)
                 ASSERT_EQ(expected[i], f.processor.GetNormalArray(0)[i]) << i << " threads " << threads;
+            const ReferenceNormalMaps maps = ReferenceEncodeNormals(expected, w, h, false, in.diffuse);
+            EXPECT_TRUE(SameBytes(*maps.normal, *f.processor.GetImage(Normal)));
+            EXPECT_TRUE(SameBytes(*maps.normalOpacity, *f.processor.GetImage(NormalOpacity)));
         }
+    SetWorkerThreadCount(0);
+}
+
+TEST(Normals, MipsMatchThePlainLoops)
+{
+    std::mt19937 random(3);
+    std::uniform_real_distribution<float> component(-1.0f, 1.0f);
+    for (const int threads : {1, 2})
+    {
+        SetWorkerThreadCount(threads);
+        Fixture f;
+        f.processor.SetImage(new Image(24, 16), Normal);
+        f.processor.InitialiseArrays();
+        ASSERT_EQ(f.processor.GetMipCount(), 4);
+        std::vector<Vector3D> level0(24 * 16);
+        for (Vector3D& n : level0)
+            n = Vector3D(component(random), component(random), component(random) * 0.05f);
+        std::copy(level0.begin(), level0.end(), f.processor.GetNormalArray(0));
+        f.processor.CalculateNormalMips();
+        const auto expected = ReferenceNormalMips(level0, 24, 16, 4);
+        for (int l = 1; l < 4; ++l)
+            for (std::size_t i = 0; i < expected[l].size(); ++i)
+                ASSERT_EQ(expected[l][i], f.processor.GetNormalArray(l)[i]) << l << " " << i;
+    }
     SetWorkerThreadCount(0);
 }

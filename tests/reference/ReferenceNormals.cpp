@@ -104,3 +104,46 @@ std::vector<Vector3D> ReferenceGenerateNormals(const ReferenceNormalInputs& in, 
         }
     return normals;
 }
+
+std::vector<std::vector<Vector3D>> ReferenceNormalMips(const std::vector<Vector3D>& level0, int width,
+                                                       int height, int mipCount)
+{
+    std::vector<std::vector<Vector3D>> levels{level0};
+    for (int l = 0; l + 1 < mipCount; ++l)
+    {
+        const int fineWidth = width >> l;
+        const int w = width >> (l + 1);
+        const int h = height >> (l + 1);
+        const std::vector<Vector3D>& fine = levels.back();
+        std::vector<Vector3D> coarse(static_cast<std::size_t>(w) * h);
+        for (int x = 0; x < w; ++x)
+            for (int y = 0; y < h; ++y)
+            {
+                const Vector3D s =
+                    (fine[(2 * y) * fineWidth + 2 * x] + fine[(2 * y) * fineWidth + 2 * x + 1]) +
+                    (fine[(2 * y + 1) * fineWidth + 2 * x] + fine[(2 * y + 1) * fineWidth + 2 * x + 1]);
+                coarse[y * w + x] = s.GetMagnitude() < 0.04f ? Vector3D(0, 0, 1) : s.GetNormalised();
+            }
+        levels.push_back(std::move(coarse));
+    }
+    return levels;
+}
+
+ReferenceNormalMaps ReferenceEncodeNormals(const std::vector<Vector3D>& normals, int width, int height,
+                                           bool flipY, const Image* diffuse)
+{
+    ReferenceNormalMaps maps{std::make_unique<Image>(width, height), std::make_unique<Image>(width, height)};
+    for (int x = 0; x < width; ++x)
+        for (int y = 0; y < height; ++y)
+        {
+            Colour c(0, 0, 0, 1);
+            c.SetFromNormal(normals[static_cast<std::size_t>(y) * width + x]);
+            if (flipY)
+                c.g = 1.0f - c.g;
+            maps.normal->SetPixel(x, y, c);
+            if (diffuse)
+                c.a = diffuse->GetPixel(x, y).a;
+            maps.normalOpacity->SetPixel(x, y, c);
+        }
+    return maps;
+}

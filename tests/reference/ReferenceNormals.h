@@ -1,6 +1,7 @@
 #pragma once
 #include "core/Vector3D.h"
 
+#include <memory>
 #include <vector>
 
 class Image;
@@ -22,3 +23,16 @@ struct ReferenceNormalInputs
 std::vector<Vector3D> ReferenceGenerateNormals(const ReferenceNormalInputs& in, float bend,
                                                float rotationDirection, float rotationAmount,
                                                bool autofixFlatNormals);
+
+// The normal pyramid, level 0 first, each level the normalised sums of 2x2 blocks of the one above.
+std::vector<std::vector<Vector3D>> ReferenceNormalMips(const std::vector<Vector3D>& level0, int width,
+                                                       int height, int mipCount);
+
+// The normal map and the normal map with the diffuse alpha, pixel by pixel through SetPixel.
+struct ReferenceNormalMaps
+{
+    std::unique_ptr<Image> normal;
+    std::unique_ptr<Image> normalOpacity;
+};
+ReferenceNormalMaps ReferenceEncodeNormals(const std::vector<Vector3D>& normals, int width, int height,
+                                           bool flipY, const Image* diffuse);
