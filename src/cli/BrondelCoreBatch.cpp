@@ -216,13 +216,13 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
                   << std::endl;
         return outputs.AnyRequested() ? 1 : 0;
     }
+    std::array<std::string, kImageTypeCount> filenames;
+    for (int type = 0; type < kImageTypeCount; ++type)
+        filenames[type] = set.GetFilenameOfType(static_cast<ImageType>(type), suffixes);
+    processor.LoadImageSetByName(filenames, false);
     bool anyLoaded = false;
     for (int type = 0; type < kImageTypeCount; ++type)
-    {
-        const auto kind = static_cast<ImageType>(type);
-        processor.LoadImageByName(kind, set.GetFilenameOfType(kind, suffixes), false);
-        anyLoaded = anyLoaded || processor.IsLoaded(kind);
-    }
+        anyLoaded = anyLoaded || processor.IsLoaded(static_cast<ImageType>(type));
     if (!anyLoaded)
     {
         std::cerr << "None of the images of the set \"" << set.baseName << "\" could be read (such as \""

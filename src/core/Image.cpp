@@ -1,6 +1,7 @@
 #include "core/Image.h"
 
 #include "core/NumericHelpers.h"
+#include "core/PngWriter.h"
 
 #include <QFileInfo>
 #include <QImage>
@@ -244,8 +245,9 @@ bool Image::SaveToDisk(std::string filename, std::string* errorText) const
     if (!QImageWriter::supportedImageFormats().contains(format))
         return fail(QStringLiteral("unsupported image format \"%1\"").arg(QString::fromLatin1(format)));
 
-    // QImage::setAlphaChannel premultiplies, which would erase the normals under zero depth in a
-    // normal-depth map; a non-premultiplied image built here keeps the colour plane exactly.
+    // Fully opaque images are written without alpha. Otherwise the colour is stored exactly as the
+    // colour plane holds it, even where alpha is 0: a normal-depth map keeps its normals under zero
+    // depth. (QImage::setAlphaChannel would premultiply and erase them.)
     bool opaque = true;
     const PlaneView<const std::uint8_t> a = AlphaView();
     for (int y = 0; y < a.height && opaque; ++y)
@@ -256,33 +258,46 @@ bool Image::SaveToDisk(std::string filename, std::string* errorText) const
                 break;
             }
 
-    QImage out;
-    if (opaque || !FormatKeepsAlpha(format))
-        out = *colour;
-    else
-    {
-        out = QImage(colour->width(), colour->height(), QImage::Format_ARGB32);
-        if (out.isNull())
-            return fail(QStringLiteral("out of memory"));
-        const PlaneView<const std::uint8_t> c = ColourView();
-        for (int y = 0; y < c.height; ++y)
-        {
-            const std::uint8_t* rgb = c.Row(y);
-            const std::uint8_t* alphaRow = a.Row(y);
-            auto* dst = reinterpret_cast<QRgb*>(out.scanLine(y));
-            for (int x = 0; x < c.width; ++x)
-                dst[x] = qRgba(rgb[3 * x], rgb[3 * x + 1], rgb[3 * x + 2], alphaRow[x]);
-        }
-    }
-
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         return fail(file.errorString());
-    QImageWriter writer(&file, format);
-    if (!writer.write(out))
+    if (format == "png")
     {
-        file.cancelWriting();
-        return fail(writer.errorString());
+        const std::vector<char> png = EncodePng(ColourView(), opaque ? PlaneView<const std::uint8_t>() : a);
+        if (png.empty() ||
+            file.write(png.data(), static_cast<qint64>(png.size())) != static_cast<qint64>(png.size()))
+        {
+            file.cancelWriting();
+            return fail(png.empty() ? QStringLiteral("the image could not be compressed")
+                                    : file.errorString());
+        }
+    }
+    else
+    {
+        QImage out;
+        if (opaque || !FormatKeepsAlpha(format))
+            out = *colour;
+        else
+        {
+            out = QImage(colour->width(), colour->height(), QImage::Format_ARGB32);
+            if (out.isNull())
+                return fail(QStringLiteral("out of memory"));
+            const PlaneView<const std::uint8_t> c = ColourView();
+            for (int y = 0; y < c.height; ++y)
+            {
+                const std::uint8_t* rgb = c.Row(y);
+                const std::uint8_t* alphaRow = a.Row(y);
+                auto* dst = reinterpret_cast<QRgb*>(out.scanLine(y));
+                for (int x = 0; x < c.width; ++x)
+                    dst[x] = qRgba(rgb[3 * x], rgb[3 * x + 1], rgb[3 * x + 2], alphaRow[x]);
+            }
+        }
+        QImageWriter writer(&file, format);
+        if (!writer.write(out))
+        {
+            file.cancelWriting();
+            return fail(writer.errorString());
+        }
     }
     if (!file.commit())
         return fail(file.errorString());

@@ -1,9 +1,11 @@
 #include "processing/ImageProcessor.h"
 
 #include "core/Image.h"
+#include "core/Parallel.h"
 #include "deptheditor/DepthEditor.h"
 #include "sets/LogOutput.h"
 
+#include <atomic>
 #include <iostream>
 
 ImageProcessor::ImageProcessor(MessageCallback callback, std::string root, LogOutput* logOutput)
@@ -34,7 +36,26 @@ void ImageProcessor::SetImage(Image* image, ImageType type)
 
 void ImageProcessor::LoadImageByName(ImageType type, std::string filename, bool flipY)
 {
-    images[type] = std::make_unique<Image>(filename);
+    InstallLoadedImage(type, std::make_unique<Image>(filename), flipY);
+}
+
+void ImageProcessor::LoadImageSetByName(const std::array<std::string, kImageTypeCount>& filenames, bool flipY)
+{
+    // Decoding dominates loading a big sheet and each file decodes on its own, so the files are read
+    // side by side; they are then installed one kind after another exactly as single loads would be.
+    std::array<std::unique_ptr<Image>, kImageTypeCount> decoded;
+    std::atomic<int> next{0};
+    ParallelFor(0, GetWorkerThreadCount(), [&](int, int) {
+        for (int type = next++; type < kImageTypeCount; type = next++)
+            decoded[type] = std::make_unique<Image>(filenames[type]);
+    });
+    for (int type = 0; type < kImageTypeCount; ++type)
+        InstallLoadedImage(static_cast<ImageType>(type), std::move(decoded[type]), flipY);
+}
+
+void ImageProcessor::InstallLoadedImage(ImageType type, std::unique_ptr<Image> image, bool flipY)
+{
+    images[type] = std::move(image);
     loadedTypes.set(type);
     if (!images[type]->HasPlanes())
         LoadDefaultImage(type);

@@ -40,6 +40,8 @@ public:
     // True when the slot holds a real input or a generated map, false for a placeholder.
     bool IsLoaded(ImageType type) const { return loadedTypes.test(type); }
     void LoadImageByName(ImageType type, std::string filename, bool flipY);
+    // LoadImageByName for all 18 kinds, in kind order, with the files decoded in parallel.
+    void LoadImageSetByName(const std::array<std::string, kImageTypeCount>& filenames, bool flipY);
     void LoadDefaultImage(ImageType type);
     bool SufficientLightingProfiles() const;
     bool DoLightingProfilesMatch() const;
@@ -105,6 +107,7 @@ public:
     void ExpandAnisotropyArray(Vector2D* values, int arrayWidth, int arrayHeight);
 
 private:
+    void InstallLoadedImage(ImageType type, std::unique_ptr<Image> image, bool flipY);
     void Log(const std::string& text) const;
     void ReportError(const std::string& message, const std::string& title) const;
     // True when a Diffuse image of exactly the working resolution can mask transparent pixels.

@@ -144,11 +144,10 @@ void BrondelCore::LoadCurrentSet()
     const ImageSet* set = GetCurrentImageSet();
     if (!processor || !set)
         return;
+    std::array<std::string, kImageTypeCount> filenames;
     for (int type = 0; type < kImageTypeCount; ++type)
-    {
-        const auto kind = static_cast<ImageType>(type);
-        processor->LoadImageByName(kind, set->GetFilenameOfType(kind, suffixes), flipY);
-    }
+        filenames[type] = set->GetFilenameOfType(static_cast<ImageType>(type), suffixes);
+    processor->LoadImageSetByName(filenames, flipY);
 }
 
 void BrondelCore::LoadImageSet(std::string filename)
