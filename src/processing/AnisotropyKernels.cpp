@@ -196,9 +196,23 @@ void ComputeFlowOrientations(const Image& flow, Vector2D* values)
     });
 }
 
-void ExpandOrientations(Vector2D* values, int width, int height)
+void ExpandOrientationsInto(const Vector2D* values, Vector2D* mean, int width, int height)
 {
-    std::vector<Vector2D> mean(static_cast<std::size_t>(width) * height);
+    // The two-pixel frame becomes zero; with four or fewer rows or columns that is everything.
+    const auto clearRow = [&](int y) {
+        std::fill(mean + static_cast<std::size_t>(y) * width, mean + static_cast<std::size_t>(y + 1) * width,
+                  Vector2D());
+    };
+    for (int y = 0; y < height; ++y)
+    {
+        if (y < 2 || y >= height - 2 || width <= 4)
+        {
+            clearRow(y);
+            continue;
+        }
+        Vector2D* row = mean + static_cast<std::size_t>(y) * width;
+        row[0] = row[1] = row[width - 2] = row[width - 1] = Vector2D();
+    }
     ParallelFor(2, height - 2, [&](int from, int to) {
         // A row of sums at a time. Each pixel still adds its nine neighbours row by row, left to right,
         // as the plain loop does, but neighbouring pixels' sums proceed side by side.
@@ -216,11 +230,17 @@ void ExpandOrientations(Vector2D* values, int width, int height)
                         sum[static_cast<std::size_t>(x)].y += row[x + dx].y;
                     }
             }
-            Vector2D* out = mean.data() + static_cast<std::size_t>(y) * width;
+            Vector2D* out = mean + static_cast<std::size_t>(y) * width;
             for (int x = 2; x < width - 2; ++x)
                 out[x] = sum[static_cast<std::size_t>(x)] / 9.0f;
         }
     });
+}
+
+void ExpandOrientations(Vector2D* values, int width, int height)
+{
+    std::vector<Vector2D> mean(static_cast<std::size_t>(width) * height);
+    ExpandOrientationsInto(values, mean.data(), width, height);
     std::copy(mean.begin(), mean.end(), values);
 }
 

@@ -14,6 +14,8 @@ void ComputeFlowOrientations(const Image& flow, Vector2D* values);
 // One smoothing pass in place: each pixel at least two away from every border becomes the mean of its
 // 3x3 block, and the two-pixel frame becomes zero.
 void ExpandOrientations(Vector2D* values, int width, int height);
+// The same pass from one array into another of the same shape, for repeated passes without copies.
+void ExpandOrientationsInto(const Vector2D* values, Vector2D* mean, int width, int height);
 
 enum AnisotropyFormat
 {

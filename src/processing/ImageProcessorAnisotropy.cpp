@@ -24,9 +24,12 @@ void ImageProcessor::GenerateAnisotropyMap(int expansionCount, int outputFormat)
 
     PopulateAnisotropyArray();
     Log("Anisotropy reduction complete. Expanding values...");
+    // Passes alternate between the array and one scratch array rather than allocating and copying back.
+    std::vector<Vector2D> scratch(expansionCount > 0 ? anisotropyArray.size() : 0);
     for (int i = 1; i <= expansionCount; ++i)
     {
-        ExpandAnisotropyArray(anisotropyArray.data(), flowWidth, flowHeight);
+        ExpandOrientationsInto(anisotropyArray.data(), scratch.data(), flowWidth, flowHeight);
+        anisotropyArray.swap(scratch);
         Log("Expansion " + std::to_string(i) + " of " + std::to_string(expansionCount) + " completed.");
     }
 

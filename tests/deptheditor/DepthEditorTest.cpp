@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -17,15 +18,13 @@ std::string EdgeState(DepthEditor& editor)
     const int size = edges.GetWidth() * edges.GetHeight();
     std::string state(edges.GetXEdges(), edges.GetXEdges() + size);
     state.append(edges.GetYEdges(), edges.GetYEdges() + size);
-    const Image& image = edges.GetEdgeImage();
-    for (int y = 0; y < image.GetHeight(); ++y)
-        for (int x = 0; x < image.GetWidth(); ++x)
-            state += image.GetPixel(x, y).GetAsString();
+    for (int y = 0; y < edges.GetHeight(); ++y)
+        state += RowText(edges.GetEdgeImage(), y);
     return state;
 }
 } // namespace
 
-TEST(DepthEditor, StartsWithNothingSelectedAndNoHistory)
+TEST(DepthEditor, StartsEmptyAndTakesClippedSelectionBlocks)
 {
     ImageProcessor processor(nullptr, BRONDEL_RESOURCE_DIR, nullptr);
     processor.SetImage(new Image(9, 4), Depth);
@@ -33,42 +32,24 @@ TEST(DepthEditor, StartsWithNothingSelectedAndNoHistory)
     DepthEditor* editor = processor.GetDepthEditor();
     ASSERT_NE(editor, nullptr);
     EXPECT_EQ(editor->GetProcessor(), &processor);
-    EXPECT_EQ(editor->GetWidth(), 9);
-    EXPECT_EQ(editor->GetHeight(), 4);
-    EXPECT_EQ(editor->GetEdges().GetWidth(), 9);
-    EXPECT_EQ(editor->GetEdges().GetHeight(), 4);
+    const EdgeArray& edges = editor->GetEdges();
+    EXPECT_EQ(std::tuple(editor->GetWidth(), editor->GetHeight(), edges.GetWidth(), edges.GetHeight()),
+              std::tuple(9, 4, 9, 4));
     EXPECT_EQ(editor->GetCommandCount(), 0);
     EXPECT_EQ(editor->GetCurrentCommand(), -1);
     EXPECT_FLOAT_EQ(editor->GetFalloffByDepth(), -1.0f);
     EXPECT_EQ(editor->GetMode(), DepthEditMode::SelectionPainting);
     for (int i = 0; i < 36; ++i)
-    {
-        EXPECT_EQ(editor->GetSelection()[i], 0.0f);
-        EXPECT_FALSE(editor->GetEdges().GetXEdges()[i] || editor->GetEdges().GetYEdges()[i]);
-    }
+        EXPECT_FALSE(editor->GetSelection()[i] != 0.0f || edges.GetXEdges()[i] || edges.GetYEdges()[i]) << i;
     EXPECT_EQ(editor->GetSelectionImage().GetPixel(8, 3).GetAsString(), "(0, 0, 0, 255)");
 
-    editor->SetFalloffByDepth(0.4f);
-    editor->SetPaintingIntensity(-0.5f);
-    editor->SetMode(DepthEditMode::RemoveEdges);
-    EXPECT_FLOAT_EQ(editor->GetFalloffByDepth(), 0.4f);
-    EXPECT_FLOAT_EQ(editor->GetPaintingIntensity(), -0.5f);
-    EXPECT_EQ(editor->GetMode(), DepthEditMode::RemoveEdges);
-    editor->DisableFalloffByDepth();
-    EXPECT_FLOAT_EQ(editor->GetFalloffByDepth(), -1.0f);
-}
-
-TEST(DepthEditor, SelectionBlocksLandClippedAndShowInTheImage)
-{
-    DepthEditor editor(5, 4, nullptr);
+    DepthEditor small(5, 4, nullptr);
     const std::vector<float> block = {0.1f, 0.2f, 0.3f, 0.4f, 0.5f, 0.6f};
-    editor.CopySelectionBlock(-1, 2, 3, 2, block.data()); // the left column falls outside
-    EXPECT_FLOAT_EQ(editor.GetSelection()[2 * 5 + 0], 0.2f);
-    EXPECT_FLOAT_EQ(editor.GetSelection()[2 * 5 + 1], 0.3f);
-    EXPECT_FLOAT_EQ(editor.GetSelection()[3 * 5 + 1], 0.6f);
-    EXPECT_FLOAT_EQ(editor.GetSelection()[3 * 5 + 2], 0.0f);
-    EXPECT_EQ(editor.GetSelectionImage().GetPixel(1, 3).GetAsString(), "(153, 153, 153, 255)");
-    EXPECT_EQ(editor.GetSelectionImage().GetPixel(2, 3).GetAsString(), "(0, 0, 0, 255)");
+    small.CopySelectionBlock(-1, 2, 3, 2, block.data()); // the left column falls outside
+    EXPECT_EQ(std::vector<float>(small.GetSelection() + 10, small.GetSelection() + 20),
+              (std::vector<float>{0.2f, 0.3f, 0, 0, 0, 0.5f, 0.6f, 0, 0, 0}));
+    EXPECT_EQ(RowText(small.GetSelectionImage(), 3),
+              "(127, 127, 127, 255)(153, 153, 153, 255)(0, 0, 0, 255)(0, 0, 0, 255)(0, 0, 0, 255)");
 }
 
 TEST(DepthEditorEdgeSelect, KeepsOnlyTheChangedBlockAndReplaysExactly)
@@ -89,10 +70,9 @@ TEST(DepthEditorEdgeSelect, KeepsOnlyTheChangedBlockAndReplaysExactly)
     command.Finalise();
     EXPECT_FALSE(command.SelectPixel(3, 3, true, true));
     EXPECT_FALSE(command.IsEmpty());
-    EXPECT_EQ(command.GetBlockX(), 2);
-    EXPECT_EQ(command.GetBlockY(), 1);
-    EXPECT_EQ(command.GetBlockWidth(), 4);
-    EXPECT_EQ(command.GetBlockHeight(), 4);
+    EXPECT_EQ(std::tuple(command.GetBlockX(), command.GetBlockY(), command.GetBlockWidth(),
+                         command.GetBlockHeight()),
+              std::tuple(2, 1, 4, 4));
     EXPECT_LT(command.GetSizeInBytes(), recordingSize);
     EXPECT_EQ(EdgeState(editor), original); // recording alone changes nothing
 
@@ -107,32 +87,25 @@ TEST(DepthEditorEdgeSelect, KeepsOnlyTheChangedBlockAndReplaysExactly)
     EXPECT_EQ(EdgeState(editor), applied);
 }
 
-TEST(DepthEditorEdgeSelect, ACommandThatChangedNothingIsEmptyAndInert)
-{
-    DepthEditor editor(4, 4, nullptr);
-    editor.GetEdges().GetYEdges()[5] = true;
-    editor.GetEdges().UpdateImage();
-    const std::string before = EdgeState(editor);
-    DepthEditorEdgeSelect command(4, 4, editor.GetEdges().GetXEdges(), editor.GetEdges().GetYEdges());
-    EXPECT_TRUE(command.SelectPixel(1, 1, true, true)); // already set: reported, but no change
-    command.Finalise();
-    EXPECT_TRUE(command.IsEmpty());
-    editor.GetEdges().GetXEdges()[0] = true; // a later change the command must not touch
-    editor.GetEdges().UpdateImage();
-    const std::string later = EdgeState(editor);
-    command.UndoCommand(&editor);
-    command.ApplyCommand(&editor);
-    EXPECT_EQ(EdgeState(editor), later);
-    EXPECT_NE(later, before);
-}
-
-TEST(DepthEditorEdgeSelect, UndoesSpeckRemoval)
+TEST(DepthEditorEdgeSelect, EmptyCommandsAreInertAndSpeckRemovalIsUndone)
 {
     DepthEditor editor(5, 5, nullptr);
     EdgeArray& edges = editor.GetEdges();
-    edges.GetXEdges()[2 * 5 + 2] = true;
+    edges.GetYEdges()[6] = true;
+    edges.UpdateImage();
+    const std::string before = EdgeState(editor);
+    DepthEditorEdgeSelect nothing(5, 5, edges.GetXEdges(), edges.GetYEdges());
+    EXPECT_TRUE(nothing.SelectPixel(1, 1, true, true)); // already set: reported, but no change
+    nothing.Finalise();
+    EXPECT_TRUE(nothing.IsEmpty());
+    edges.GetXEdges()[2 * 5 + 2] = true; // a later change the command must not touch
     edges.UpdateImage();
     const std::string withSpeck = EdgeState(editor);
+    nothing.UndoCommand(&editor);
+    nothing.ApplyCommand(&editor);
+    EXPECT_EQ(EdgeState(editor), withSpeck);
+    EXPECT_NE(withSpeck, before);
+
     DepthEditorEdgeSelect command(5, 5, edges.GetXEdges(), edges.GetYEdges());
     edges.RemoveSpecks(&command);
     command.Finalise();

@@ -1,27 +1,18 @@
 #include "core/Image.h"
-#include "core/Parallel.h"
 #include "deptheditor/EdgeArray.h"
 #include "processing/DepthKernels.h"
 #include "processing/ImageBuffers.h"
-#include "processing/ImageProcessor.h"
 #include "reference/ReferenceDepth.h"
-#include "support/RecordingLog.h"
+#include "support/ProcessorFixture.h"
 #include "support/TestImages.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <random>
 
 namespace {
-bool SameBits(const std::vector<float>& a, const std::vector<float>& b)
-{
-    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(float)) == 0;
-}
-
 // Unit-ish normals with the awkward cases mixed in: straight out (rises of -0), lying flat and
 // unnormalised ones.
 std::vector<Vector3D> RandomNormals(std::mt19937& random, std::size_t n)
@@ -30,17 +21,10 @@ std::vector<Vector3D> RandomNormals(std::mt19937& random, std::size_t n)
     std::vector<Vector3D> normals(n);
     for (Vector3D& v : normals)
     {
-        switch (random() % 6)
-        {
-        case 0:
-            v = Vector3D(0.0f, 0.0f, 1.0f);
-            break;
-        case 1:
-            v = Vector3D(unit(random), -0.0f, 0.0f);
-            break;
-        default:
-            v = Vector3D(unit(random), unit(random), std::fabs(unit(random)) + 0.1f);
-        }
+        const unsigned kind = random() % 6;
+        v = kind == 0   ? Vector3D(0.0f, 0.0f, 1.0f)
+            : kind == 1 ? Vector3D(unit(random), -0.0f, 0.0f)
+                        : Vector3D(unit(random), unit(random), std::fabs(unit(random)) + 0.1f);
     }
     return normals;
 }
@@ -68,35 +52,29 @@ std::unique_ptr<Image> BallNormalMap(int size, float radius)
     });
 }
 
-struct Fixture
+struct Fixture : ProcessorFixture
 {
-    RecordingLog log;
-    std::vector<std::pair<std::string, std::string>> messages;
-    ImageProcessor processor{[this](std::string m, std::string t) { messages.emplace_back(m, t); },
-                             BRONDEL_RESOURCE_DIR, &log.output};
-
-    // A processor whose working resolution is w x h with every array allocated.
+    // A working resolution of w x h with every array allocated.
     void Allocate(int w, int h)
     {
         processor.SetImage(new Image(w, h), Normal);
         processor.InitialiseArrays();
+    }
+    void LoadBall(int size, float radius)
+    {
+        Set(Normal, BallNormalMap(size, radius));
+        processor.PopulateNormalArrayFromMap(false);
     }
     std::vector<float> DepthLevel(int level)
     {
         const float* d = processor.GetDepthArray(level);
         return {d, d + processor.MipWidth(level) * processor.MipHeight(level)};
     }
-    int Count(const std::string& line) const
+    std::vector<Vector3D> NormalLevel(int level)
     {
-        return static_cast<int>(std::count(log.lines.begin(), log.lines.end(), line));
+        const Vector3D* n = processor.GetNormalArray(level);
+        return {n, n + processor.MipWidth(level) * processor.MipHeight(level)};
     }
-};
-
-class ThreadCount
-{
-public:
-    explicit ThreadCount(int n) { SetWorkerThreadCount(n); }
-    ~ThreadCount() { SetWorkerThreadCount(0); }
 };
 } // namespace
 
@@ -112,9 +90,8 @@ TEST(DepthKernels, RelaxationMatchesTheLinkWalkBitForBit)
             for (const int passes : {1, 9})
                 for (int threads = 1; threads <= 2; ++threads)
                 {
-                    SCOPED_TRACE(std::to_string(w) + "x" + std::to_string(h) + " cuts " +
-                                 std::to_string(cuts) + " passes " + std::to_string(passes) + " threads " +
-                                 std::to_string(threads));
+                    SCOPED_TRACE(testing::Message() << w << "x" << h << " cuts " << cuts << " passes "
+                                                    << passes << " threads " << threads);
                     const ThreadCount scope(threads);
                     const std::size_t n = static_cast<std::size_t>(w) * h;
                     const std::vector<Vector3D> normals = RandomNormals(random, n);
@@ -146,22 +123,17 @@ TEST(Depth, RefinementKeepsAllButTheLastStepAndReportsProgress)
     const std::vector<Vector3D> normals = RandomNormals(random, 63);
     const std::vector<float> start = RandomDepth(random, 63);
     std::copy(normals.begin(), normals.end(), f.processor.GetNormalArray(0));
-
-    for (const int steps : {-1, 0, 1})
+    for (const int steps : {-1, 0, 1, 101})
     {
+        f.log.lines.clear();
         std::copy(start.begin(), start.end(), f.processor.GetDepthArray(0));
         f.processor.RefineDepthFromNormal(steps, 0, nullptr, false);
-        EXPECT_TRUE(SameBits(f.DepthLevel(0), start)) << steps << " steps changed the level";
+        EXPECT_TRUE(steps > 1 || SameBits(f.DepthLevel(0), start)) << steps << " steps changed the level";
     }
-
-    f.log.lines.clear();
-    std::copy(start.begin(), start.end(), f.processor.GetDepthArray(0));
-    f.processor.RefineDepthFromNormal(101, 0, nullptr, false);
     std::vector<float> expected = start;
     std::vector<std::string> progress;
     ReferenceRefineDepth(expected, normals, 9, 7, 101, nullptr, nullptr, &progress);
     EXPECT_TRUE(SameBits(f.DepthLevel(0), expected));
-
     progress.insert(progress.begin(), "Refining depth mip 0...");
     progress.push_back("Depth refinement completed.");
     EXPECT_EQ(f.log.lines, progress);
@@ -177,9 +149,7 @@ TEST(Depth, RisesFollowTheNormalsAndLinksWrapAroundBothBorders)
     normals[1 * 3 + 2] = Vector3D(0.6f, 0.0f, 0.8f); // (2, 1): last column
     normals[2 * 3 + 1] = Vector3D(0.0f, 0.6f, 0.8f); // (1, 2): last row
     normals[0] = Vector3D(0.5f, -0.5f, 0.5f);
-
-    EXPECT_FLOAT_EQ(f.processor.GetRise(2, 1, 0).x, -0.6f);
-    EXPECT_FLOAT_EQ(f.processor.GetRise(2, 1, 0).y, 0.0f);
+    EXPECT_EQ(f.processor.GetRise(2, 1, 0), Vector2D(-0.6f, 0.0f));
     EXPECT_FLOAT_EQ(f.processor.GetRise(1, 2, 0).y, 0.6f);
     // Not the slope -nx / nz (which would be -1 and +1 here).
     EXPECT_FLOAT_EQ(f.processor.GetRise(0, 0, 0).x, -0.5f * std::sqrt(0.5f));
@@ -188,8 +158,8 @@ TEST(Depth, RisesFollowTheNormalsAndLinksWrapAroundBothBorders)
 
     f.processor.ClearDepthMap();
     f.processor.RefineDepthFromNormal(2, 0, nullptr, false);
-    const std::vector<float> d = f.DepthLevel(0);
     // The last column's right-hand neighbour is the first column, the last row's lower one the first row.
+    const std::vector<float> d = f.DepthLevel(0);
     EXPECT_FLOAT_EQ(d[1 * 3 + 2], 0.15f);
     EXPECT_FLOAT_EQ(d[1 * 3 + 0], -0.15f);
     EXPECT_FLOAT_EQ(d[2 * 3 + 1], -0.15f);
@@ -201,21 +171,15 @@ TEST(Depth, ABallIntegratesToADomeMatchingThePlainChain)
 {
     constexpr int kSize = 64;
     Fixture f;
-    f.processor.SetImage(BallNormalMap(kSize, 24.0f).release(), Normal);
-    f.processor.PopulateNormalArrayFromMap(false);
+    f.LoadBall(kSize, 24.0f);
     // Transparent outside a 30-pixel circle: those pixels are black and take no part in the range.
-    f.processor.SetImage(MakeImage(kSize, kSize,
-                                   [](int x, int y) {
-                                       const float r = std::hypot(x - 31.5f, y - 31.5f);
-                                       return Colour(1.0f, 1.0f, 1.0f, r < 30.0f ? 1.0f : 0.0f);
-                                   })
-                             .release(),
-                         Diffuse);
+    f.Set(Diffuse, MakeImage(kSize, kSize, [](int x, int y) {
+              return Colour(1.0f, 1.0f, 1.0f, std::hypot(x - 31.5f, y - 31.5f) < 30.0f ? 1.0f : 0.0f);
+          }));
     f.log.lines.clear();
     f.processor.GenerateDepthMapFromNormals(50, true, 0.5f);
-
     ASSERT_EQ(f.processor.GetMipCount(), 7);
-    EXPECT_EQ(f.Count("Expanding depth mip..."), 6);
+    EXPECT_EQ(f.log.Count("Expanding depth mip..."), 6);
     EXPECT_EQ(f.log.lines[1], "Refining depth mip 6...");
     EXPECT_TRUE(f.log.Contains("Depth map completed."));
     EXPECT_NE(f.processor.GetDepthEditor(), nullptr);
@@ -223,18 +187,15 @@ TEST(Depth, ABallIntegratesToADomeMatchingThePlainChain)
     // The same chain, level by level, written plainly.
     std::vector<std::vector<Vector3D>> levels;
     for (int l = 0; l < f.processor.GetMipCount(); ++l)
-    {
-        const Vector3D* n = f.processor.GetNormalArray(l);
-        levels.emplace_back(n, n + f.processor.MipWidth(l) * f.processor.MipHeight(l));
-    }
+        levels.push_back(f.NormalLevel(l));
     const std::vector<std::uint8_t> alpha =
         ReadChannelBytes(*f.processor.GetImage(Diffuse), Channel::Alpha, kSize, kSize);
     const ReferenceDepthMap expected = ReferenceNormaliseDepth(
         ReferenceDepthFromNormals(levels, kSize, kSize, 50, 0.5f), kSize, kSize, &alpha);
     const Image* depth = f.processor.GetImage(Depth);
     ASSERT_TRUE(f.processor.IsLoaded(Depth));
-    const std::unique_ptr<Image> expectedImage(MakeGreyImage(expected.values.data(), kSize, kSize));
-    EXPECT_TRUE(SameBytes(*depth, *expectedImage));
+    EXPECT_TRUE(
+        SameBytes(*depth, *std::unique_ptr<Image>(MakeGreyImage(expected.values.data(), kSize, kSize))));
     EXPECT_EQ(f.processor.GetDepthMin(), expected.minimum);
     EXPECT_EQ(f.processor.GetDepthRange(), expected.range);
 
@@ -249,29 +210,24 @@ TEST(Depth, ABallIntegratesToADomeMatchingThePlainChain)
     EXPECT_EQ(depth->GetPixel(1, 1).GetAsString(), "(0, 0, 0, 255)");
 
     // Normals with depth in alpha.
-    const Image* normalDepth = f.processor.GetImage(NormalDepth);
     ASSERT_TRUE(f.processor.IsLoaded(NormalDepth));
     for (const auto& [x, y] : {std::pair{32, 32}, {20, 40}, {0, 0}, {63, 10}})
     {
-        const Colour nd = normalDepth->GetPixel(x, y);
         const Colour n = f.processor.GetImage(Normal)->GetPixel(x, y);
-        EXPECT_EQ(nd.GetAsString(), Colour(n.r, n.g, n.b, depth->GetPixel(x, y).r).GetAsString());
+        EXPECT_EQ(f.processor.GetImage(NormalDepth)->GetPixel(x, y).GetAsString(),
+                  Colour(n.r, n.g, n.b, red(x, y)).GetAsString());
     }
+
+    // A single step leaves the map flat: the range is 0 and the undefined result is written black.
+    f.processor.GenerateDepthMapFromNormals(1, false, 0.2f);
+    EXPECT_EQ(f.processor.GetDepthRange(), 0.0f);
+    for (int y = 0; y < kSize; ++y)
+        for (int x = 0; x < kSize; ++x)
+            ASSERT_EQ(f.processor.GetImage(Depth)->GetPixel(x, y).GetAsString(), "(0, 0, 0, 255)");
 }
 
-TEST(Depth, LevelsAndInflation)
+TEST(Depth, InflationReplacesTheFinerLevelBlockByBlock)
 {
-    {
-        Fixture f;
-        f.processor.SetImage(BallNormalMap(9, 3.0f).release(), Normal);
-        f.processor.PopulateNormalArrayFromMap(false);
-        f.processor.GenerateDepthMapFromNormals(5, false, 0.5f);
-        EXPECT_EQ(f.processor.GetMipCount(), 1);
-        EXPECT_EQ(f.Count("Refining depth mip 0..."), 1);
-        EXPECT_EQ(f.Count("Expanding depth mip..."), 0);
-    }
-
-    // Inflation replaces the finer level block by block; level 0 has nothing finer.
     Fixture f;
     f.Allocate(4, 2);
     ASSERT_EQ(f.processor.GetMipCount(), 2);
@@ -280,45 +236,24 @@ TEST(Depth, LevelsAndInflation)
     f.processor.GetDepthArray(1)[1] = -4.0f;
     f.processor.InflateDepthMip(1, 0.5f);
     EXPECT_EQ(f.DepthLevel(0), (std::vector<float>{1, 1, -2, -2, 1, 1, -2, -2}));
-    f.processor.InflateDepthMip(0, 0.5f);
+    f.processor.InflateDepthMip(0, 0.5f); // level 0 has nothing finer
     EXPECT_EQ(f.DepthLevel(0), (std::vector<float>{1, 1, -2, -2, 1, 1, -2, -2}));
-    EXPECT_EQ(f.Count("Expanding depth mip..."), 2);
-    EXPECT_EQ(f.Count("Depth mip expansion finished."), 1);
-}
-
-TEST(Depth, ASingleStepLeavesTheMapFlatAndUndefinedWhichIsWrittenBlack)
-{
-    Fixture f;
-    f.processor.SetImage(BallNormalMap(16, 6.0f).release(), Normal);
-    f.processor.PopulateNormalArrayFromMap(false);
-    f.processor.GenerateDepthMapFromNormals(1, false, 0.2f);
-    EXPECT_EQ(f.processor.GetDepthRange(), 0.0f);
-    const Image* depth = f.processor.GetImage(Depth);
-    for (int y = 0; y < 16; ++y)
-        for (int x = 0; x < 16; ++x)
-            ASSERT_EQ(depth->GetPixel(x, y).GetAsString(), "(0, 0, 0, 255)");
-}
-
-TEST(Depth, MissingNormalsAreReportedAndNothingElseHappens)
-{
-    Fixture f;
-    f.processor.GenerateDepthMapFromNormals(10, false, 0.2f);
-    ASSERT_EQ(f.messages.size(), 1u);
-    EXPECT_EQ(f.messages[0].first,
-              "To generate a depth map, you must have generated or loaded a normal map.");
-    EXPECT_EQ(f.messages[0].second, "No normal map");
-    EXPECT_TRUE(f.log.lines.empty());
-    EXPECT_EQ(f.processor.GetImage(Depth), nullptr);
+    EXPECT_EQ(f.log.Count("Expanding depth mip..."), 2);
+    EXPECT_EQ(f.log.Count("Depth mip expansion finished."), 1);
 }
 
 TEST(Depth, LoadedMapsAreReadBackAndSampled)
 {
     Fixture f;
-    f.processor.SetImage(
-        MakeGrey(5, 4,
-                 [](int x, int y) { return Image::ByteToChannel(static_cast<std::uint8_t>(x + 5 * y)); })
-            .release(),
-        Depth);
+    // Without normals the user is told and nothing else happens.
+    f.processor.GenerateDepthMapFromNormals(10, false, 0.2f);
+    EXPECT_EQ(f.messages,
+              (Messages{{"To generate a depth map, you must have generated or loaded a normal map.",
+                         "No normal map"}}));
+    EXPECT_TRUE(f.log.lines.empty());
+    EXPECT_EQ(f.processor.GetImage(Depth), nullptr);
+
+    f.Set(Depth, MakeGrey(5, 4, [](int x, int y) { return Image::ByteToChannel(std::uint8_t(x + 5 * y)); }));
     EXPECT_EQ(f.processor.GetDepthAt(0.5f, 0.5f), 0.0f); // no arrays yet
     f.processor.PopulateDepthArrayFromMap();
     ASSERT_NE(f.processor.GetDepthArray(0), nullptr);
@@ -343,18 +278,14 @@ TEST(Depth, TheWrittenRangeIgnoresTransparentPixelsButStartsFromTheFirst)
                                       1.5f, 1.5f, 3.0f, 1.5f,   1.5f, 1.5f};
     std::copy(depth.begin(), depth.end(), f.processor.GetDepthArray(0));
     // Pixels 0 and 3 transparent.
-    f.processor.SetImage(
-        MakeImage(4, 3,
-                  [](int x, int y) { return Colour(1, 1, 1, y == 0 && (x == 0 || x == 3) ? 0.0f : 0.5f); })
-            .release(),
-        Diffuse);
+    f.Set(Diffuse,
+          MakeImage(4, 3, [](int x, int y) { return Colour(1, 1, 1, y == 0 && x % 3 == 0 ? 0.0f : 0.5f); }));
     f.processor.PopulateDepthMapFromArray();
     EXPECT_EQ(f.processor.GetDepthMin(), 1.0f);
     EXPECT_EQ(f.processor.GetDepthMax(), 5.0f); // seeded by the transparent first pixel, not 100
     const Image* map = f.processor.GetImage(Depth);
-    EXPECT_EQ(map->GetPixel(0, 0).GetAsString(), "(0, 0, 0, 255)");
-    EXPECT_EQ(map->GetPixel(3, 0).GetAsString(), "(0, 0, 0, 255)");
-    EXPECT_EQ(map->GetPixel(1, 0).GetAsString(), "(0, 0, 0, 255)");
+    for (const int x : {0, 1, 3})
+        EXPECT_EQ(map->GetPixel(x, 0).GetAsString(), "(0, 0, 0, 255)") << x;
     EXPECT_EQ(map->GetPixel(0, 2).GetAsString(), "(127, 127, 127, 255)");
 
     // A diffuse map of another size masks nothing.
@@ -370,8 +301,6 @@ TEST(Depth, EdgesCutLinksOnlyAtFullResolutionAndWhenAsked)
     f.Allocate(6, 4);
     ASSERT_EQ(f.processor.GetMipCount(), 2);
     EdgeArray edges(6, 4);
-    ASSERT_NE(edges.GetXEdges(), nullptr);
-    ASSERT_NE(edges.GetYEdges(), nullptr);
     std::mt19937 random(11);
     for (int i = 0; i < 24; ++i)
     {
@@ -380,30 +309,26 @@ TEST(Depth, EdgesCutLinksOnlyAtFullResolutionAndWhenAsked)
     }
     for (int level = 0; level < 2; ++level)
     {
-        const int n = f.processor.MipWidth(level) * f.processor.MipHeight(level);
-        const std::vector<Vector3D> normals = RandomNormals(random, static_cast<std::size_t>(n));
+        const std::vector<Vector3D> normals = RandomNormals(random, f.NormalLevel(level).size());
         std::copy(normals.begin(), normals.end(), f.processor.GetNormalArray(level));
     }
-    const std::vector<Vector3D> normals0(f.processor.GetNormalArray(0), f.processor.GetNormalArray(0) + 24);
     std::vector<float> cut(24, 0.0f), uncut(24, 0.0f);
-    ReferenceRefineDepth(cut, normals0, 6, 4, 4, edges.GetXEdges(), edges.GetYEdges());
-    ReferenceRefineDepth(uncut, normals0, 6, 4, 4, nullptr, nullptr);
+    ReferenceRefineDepth(cut, f.NormalLevel(0), 6, 4, 4, edges.GetXEdges(), edges.GetYEdges());
+    ReferenceRefineDepth(uncut, f.NormalLevel(0), 6, 4, 4, nullptr, nullptr);
     ASSERT_FALSE(SameBits(cut, uncut));
-
-    f.processor.ClearDepthMap();
-    f.processor.RefineDepthFromNormal(4, 0, &edges, true);
-    EXPECT_TRUE(SameBits(f.DepthLevel(0), cut));
-    f.processor.ClearDepthMap();
-    f.processor.RefineDepthFromNormal(4, 0, &edges, false);
-    EXPECT_TRUE(SameBits(f.DepthLevel(0), uncut));
+    for (const bool respect : {true, false})
+    {
+        f.processor.ClearDepthMap();
+        f.processor.RefineDepthFromNormal(4, 0, &edges, respect);
+        EXPECT_TRUE(SameBits(f.DepthLevel(0), respect ? cut : uncut)) << respect;
+    }
 
     // Below full resolution the same call ignores them (a 3 x 2 level cannot use 6 x 4 flags anyway,
     // so give it flags of its own size).
     EdgeArray small(3, 2);
     std::fill(small.GetXEdges(), small.GetXEdges() + 6, true);
-    const std::vector<Vector3D> normals1(f.processor.GetNormalArray(1), f.processor.GetNormalArray(1) + 6);
     std::vector<float> expected1(6, 0.0f);
-    ReferenceRefineDepth(expected1, normals1, 3, 2, 4, nullptr, nullptr);
+    ReferenceRefineDepth(expected1, f.NormalLevel(1), 3, 2, 4, nullptr, nullptr);
     f.processor.ClearDepthMap();
     f.processor.RefineDepthFromNormal(4, 1, &small, true);
     EXPECT_TRUE(SameBits(f.DepthLevel(1), expected1));

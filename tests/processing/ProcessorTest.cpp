@@ -1,7 +1,6 @@
 #include "core/Image.h"
-#include "processing/ImageProcessor.h"
 #include "sets/ImageSet.h"
-#include "support/RecordingLog.h"
+#include "support/ProcessorFixture.h"
 #include "support/TestImages.h"
 
 #include <gtest/gtest.h>
@@ -9,32 +8,6 @@
 #include <fstream>
 
 namespace {
-struct Message
-{
-    std::string text;
-    std::string title;
-};
-
-// A processor that reads placeholders from the source tree and records what it reports.
-struct Fixture
-{
-    RecordingLog log;
-    std::vector<Message> messages;
-    ImageProcessor processor{[this](std::string text, std::string title) {
-                                 messages.push_back({text, title});
-                             },
-                             BRONDEL_RESOURCE_DIR, &log.output};
-
-    void LoadSet(const std::string& anyMember)
-    {
-        const SuffixSet suffixes;
-        const ImageSet set(anyMember, suffixes, true);
-        for (int type = 0; type < kImageTypeCount; ++type)
-            processor.LoadImageByName(static_cast<ImageType>(type),
-                                      set.GetFilenameOfType(static_cast<ImageType>(type), suffixes), false);
-    }
-};
-
 void Save(const Image& image, const std::string& path)
 {
     std::string error;
@@ -49,11 +22,13 @@ TEST(ImageProcessor, MissingMembersBecomeUncountedPlaceholders)
     Save(*MakeGrey(6, 4, [](int, int y) { return y / 4.0f; }), folder.File("Head_Top.png"));
     std::ofstream(folder.File("Head_Right.png")) << "broken";
 
-    Fixture f;
-    f.LoadSet(folder.File("Head_Left.png"));
+    ProcessorFixture f;
+    const SuffixSet suffixes;
+    const ImageSet set(folder.File("Head_Left.png"), suffixes, true);
+    for (int type = 0; type < kImageTypeCount; ++type)
+        f.processor.LoadImageByName(ImageType(type), set.GetFilenameOfType(ImageType(type), suffixes), false);
     EXPECT_TRUE(f.messages.empty());
-    EXPECT_TRUE(f.processor.IsLoaded(Left));
-    EXPECT_TRUE(f.processor.IsLoaded(Top));
+    EXPECT_TRUE(f.processor.IsLoaded(Left) && f.processor.IsLoaded(Top));
     EXPECT_FALSE(f.processor.IsLoaded(Right)); // unreadable
     EXPECT_FALSE(f.processor.IsLoaded(Normal));
     for (const ImageType type : {Right, Diffuse, Normal, Depth, Palette})
@@ -62,8 +37,7 @@ TEST(ImageProcessor, MissingMembersBecomeUncountedPlaceholders)
     EXPECT_EQ(f.processor.GetImage(Normal)->GetPixel(0, 0).GetAsString(), "(128, 128, 255, 255)");
     EXPECT_EQ(f.processor.GetImage(Right)->GetPixel(0, 0).GetAsString(), "(0, 0, 0, 255)");
     EXPECT_FALSE(f.processor.GetImage(Palette)->GetVerticalWrap());
-    EXPECT_TRUE(f.processor.SufficientLightingProfiles());
-    EXPECT_TRUE(f.processor.DoLightingProfilesMatch());
+    EXPECT_TRUE(f.processor.SufficientLightingProfiles() && f.processor.DoLightingProfilesMatch());
     EXPECT_EQ(f.processor.GetWidth(), 6);
     EXPECT_EQ(f.processor.GetHeight(), 4);
     // A missing normal map is not turned into normals.
@@ -76,52 +50,47 @@ TEST(ImageProcessor, MissingMembersBecomeUncountedPlaceholders)
     EXPECT_FALSE(f.processor.IsLoaded(AO));
 }
 
-TEST(ImageProcessor, ProfilesMustShareOneResolution)
+TEST(ImageProcessor, ProfilesSizesAndMipCounts)
 {
-    Fixture f;
-    f.processor.SetImage(MakeGrey(8, 8, [](int, int) { return 0.5f; }).release(), Right);
+    ProcessorFixture f;
+    f.Set(Right, MakeFlat(8, 8, 0.5f));
     EXPECT_FALSE(f.processor.SufficientLightingProfiles());
-    f.processor.SetImage(MakeGrey(8, 8, [](int, int) { return 0.5f; }).release(), Bottom);
-    EXPECT_TRUE(f.processor.SufficientLightingProfiles());
-    EXPECT_TRUE(f.processor.DoLightingProfilesMatch());
-    f.processor.SetImage(MakeGrey(8, 6, [](int, int) { return 0.5f; }).release(), Top);
+    f.Set(Bottom, MakeFlat(8, 8, 0.5f));
+    EXPECT_TRUE(f.processor.SufficientLightingProfiles() && f.processor.DoLightingProfilesMatch());
+    f.Set(Top, MakeFlat(8, 6, 0.5f));
     EXPECT_FALSE(f.processor.DoLightingProfilesMatch());
-
-    Fixture noSides;
-    noSides.processor.SetImage(MakeGrey(8, 8, [](int, int) { return 0.5f; }).release(), Top);
+    ProcessorFixture noSides;
+    noSides.Set(Top, MakeFlat(8, 8, 0.5f));
     EXPECT_FALSE(noSides.processor.DoLightingProfilesMatch());
-}
 
-TEST(ImageProcessor, WorkingSizeAndMipCounts)
-{
-    Fixture f;
-    f.processor.SetImage(new Image(10, 10), Diffuse);
-    f.processor.InitialiseArrays();
-    EXPECT_EQ(f.processor.GetWidth(), 0);
-    EXPECT_EQ(f.processor.GetMipCount(), 0);
-
+    // A diffuse map alone gives no working size.
+    ProcessorFixture g;
+    g.processor.SetImage(new Image(10, 10), Diffuse);
+    g.processor.InitialiseArrays();
+    EXPECT_EQ(g.processor.GetWidth(), 0);
+    EXPECT_EQ(g.processor.GetMipCount(), 0);
     const auto mips = [&](int w, int h) {
-        f.processor.SetImage(new Image(w, h), AO);
-        f.processor.InitialiseArrays();
-        return f.processor.GetMipCount();
+        g.processor.SetImage(new Image(w, h), AO);
+        g.processor.InitialiseArrays();
+        return g.processor.GetMipCount();
     };
     EXPECT_EQ(mips(64, 64), 7);
     EXPECT_EQ(mips(100, 60), 3);
     EXPECT_EQ(mips(33, 64), 1);
     EXPECT_EQ(mips(1, 1), 1);
     EXPECT_EQ(mips(2, 2), 2);
-    EXPECT_EQ(f.processor.GetAllocatedMipCount(), 2);
-    EXPECT_NE(f.processor.GetNormalArray(1), nullptr);
-    EXPECT_EQ(f.processor.GetNormalArray(2), nullptr);
+    EXPECT_EQ(g.processor.GetAllocatedMipCount(), 2);
+    EXPECT_NE(g.processor.GetNormalArray(1), nullptr);
+    EXPECT_EQ(g.processor.GetNormalArray(2), nullptr);
 
     // Normal outranks the profiles, which outrank depth and AO.
-    f.processor.SetImage(new Image(12, 8), Depth);
-    f.processor.SetImage(new Image(20, 10), Right);
-    f.processor.ComputeBestDimensions();
-    EXPECT_EQ(f.processor.GetWidth(), 20);
-    f.processor.SetImage(new Image(4, 2), Normal);
-    f.processor.ComputeBestDimensions();
-    EXPECT_EQ(f.processor.GetWidth(), 4);
+    g.processor.SetImage(new Image(12, 8), Depth);
+    g.processor.SetImage(new Image(20, 10), Right);
+    g.processor.ComputeBestDimensions();
+    EXPECT_EQ(g.processor.GetWidth(), 20);
+    g.processor.SetImage(new Image(4, 2), Normal);
+    g.processor.ComputeBestDimensions();
+    EXPECT_EQ(g.processor.GetWidth(), 4);
 }
 
 TEST(ImageProcessor, LoadedNormalMapsFillTheNormalPyramid)
@@ -129,37 +98,28 @@ TEST(ImageProcessor, LoadedNormalMapsFillTheNormalPyramid)
     TempFolder folder;
     // Left half leans right, right half leans up.
     Save(*MakeImage(4, 4,
-                    [](int x, int) {
-                        return x < 2 ? Colour(1.0f, 0.5f, 0.5f, 1.0f) : Colour(0.5f, 1.0f, 0.5f, 1.0f);
-                    }),
+                    [](int x, int) { return Colour(x < 2 ? 1.0f : 0.5f, x < 2 ? 0.5f : 1.0f, 0.5f, 1.0f); }),
          folder.File("S_Normal.png"));
-    Fixture f;
+    ProcessorFixture f;
     f.processor.LoadImageByName(Normal, folder.File("S_Normal.png"), false);
     ASSERT_TRUE(f.processor.IsLoaded(Normal));
     ASSERT_EQ(f.processor.GetMipCount(), 3);
-    const Vector3D n = f.processor.GetNormalArray(0)[0];
-    EXPECT_FLOAT_EQ(n.x, 1.0f);
-    EXPECT_NEAR(n.y, 0.0f, 0.01f);
+    EXPECT_FLOAT_EQ(f.processor.GetNormalArray(0)[0].x, 1.0f);
+    EXPECT_NEAR(f.processor.GetNormalArray(0)[0].y, 0.0f, 0.01f);
     // Level 1 averages 2x2 blocks: the left column leans right.
     EXPECT_NEAR(f.processor.GetNormalArray(1)[0].x, 0.97f, 0.03f);
     EXPECT_TRUE(f.log.Contains("New mip levels generated: 2"));
 
-    Fixture flipped;
+    ProcessorFixture flipped;
     flipped.processor.LoadImageByName(Normal, folder.File("S_Normal.png"), true);
     EXPECT_FLOAT_EQ(flipped.processor.GetNormalArray(0)[3].y, -1.0f);
-}
 
-TEST(ImageProcessor, MissingPlaceholdersAreReported)
-{
-    std::vector<Message> messages;
-    ImageProcessor processor(
-        [&](std::string text, std::string title) {
-            messages.push_back({text, title});
-        },
-        "/no/such/resources/", nullptr);
-    processor.LoadImageByName(Diffuse, "/no/such/file_Diffuse.png", false);
-    ASSERT_EQ(messages.size(), 1u);
-    EXPECT_EQ(messages[0].text, "Error! Couldn't find one of the default (blank) textures.");
-    EXPECT_EQ(messages[0].title, "Default map not found!");
-    EXPECT_FALSE(processor.IsLoaded(Diffuse));
+    // Without its placeholder folder the processor says so.
+    Messages messages;
+    ImageProcessor lost([&](std::string text, std::string title) { messages.emplace_back(text, title); },
+                        "/no/such/resources/", nullptr);
+    lost.LoadImageByName(Diffuse, "/no/such/file_Diffuse.png", false);
+    EXPECT_EQ(messages, (Messages{{"Error! Couldn't find one of the default (blank) textures.",
+                                   "Default map not found!"}}));
+    EXPECT_FALSE(lost.IsLoaded(Diffuse));
 }

@@ -4,7 +4,8 @@
 
 #include <cmath>
 
-std::vector<Vector2D> ReferencePopulateAnisotropy(const Image& flow)
+namespace {
+std::vector<Vector2D> PopulateAnisotropy(const Image& flow)
 {
     const int width = flow.GetWidth();
     const int height = flow.GetHeight();
@@ -28,7 +29,7 @@ std::vector<Vector2D> ReferencePopulateAnisotropy(const Image& flow)
     return values;
 }
 
-void ReferenceExpandAnisotropy(Vector2D* values, int width, int height)
+void ExpandAnisotropy(Vector2D* values, int width, int height)
 {
     std::vector<Vector2D> scratch(static_cast<std::size_t>(width) * height);
     for (int y = 2; y <= height - 3; ++y)
@@ -44,14 +45,16 @@ void ReferenceExpandAnisotropy(Vector2D* values, int width, int height)
         values[i] = scratch[i];
 }
 
+} // namespace
+
 std::unique_ptr<Image> ReferenceAnisotropyMap(const Image& flow, int expansionCount, int outputFormat,
                                               std::vector<Vector2D>* valuesOut)
 {
     const int width = flow.GetWidth();
     const int height = flow.GetHeight();
-    std::vector<Vector2D> values = ReferencePopulateAnisotropy(flow);
+    std::vector<Vector2D> values = PopulateAnisotropy(flow);
     for (int i = 1; i <= expansionCount; ++i)
-        ReferenceExpandAnisotropy(values.data(), width, height);
+        ExpandAnisotropy(values.data(), width, height);
 
     auto map = std::make_unique<Image>(width, height);
     for (int x = 0; x < width; ++x)

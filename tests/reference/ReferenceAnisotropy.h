@@ -9,9 +9,6 @@ class Image;
 // Anisotropy generation written as plainly as possible, pixel by pixel through Image::GetPixel and
 // SetPixel, to check the fast kernels against.
 
-std::vector<Vector2D> ReferencePopulateAnisotropy(const Image& flow);
-void ReferenceExpandAnisotropy(Vector2D* values, int width, int height);
-
 // The whole generation; `values` receives the final array (the angle-doubled format normalises it).
 std::unique_ptr<Image> ReferenceAnisotropyMap(const Image& flow, int expansionCount, int outputFormat,
                                               std::vector<Vector2D>* values = nullptr);

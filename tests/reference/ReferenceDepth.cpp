@@ -1,5 +1,7 @@
 #include "reference/ReferenceDepth.h"
 
+#include "core/Vector2D.h"
+
 #include <cmath>
 #include <utility>
 
@@ -10,14 +12,23 @@ struct Link
     int x2, y2;
     float rise;
 };
-} // namespace
 
-Vector2D ReferenceRise(const Vector3D& n)
+Vector2D Rise(const Vector3D& n)
 {
-    const float x = -n.x * std::sqrt(n.x * n.x + n.z * n.z);
-    const float y = n.y * std::sqrt(n.y * n.y + n.z * n.z);
-    return {x, y};
+    return {-n.x * std::sqrt(n.x * n.x + n.z * n.z), n.y * std::sqrt(n.y * n.y + n.z * n.z)};
 }
+
+// Fills the finer level (2 * width wide) from the coarser one.
+void InflateDepth(const std::vector<float>& coarse, int width, int height, float factor,
+                  std::vector<float>& fine)
+{
+    for (int x = 0; x < width; ++x)
+        for (int y = 0; y < height; ++y)
+            for (int dy = 0; dy < 2; ++dy)
+                for (int dx = 0; dx < 2; ++dx)
+                    fine[(2 * y + dy) * (2 * width) + 2 * x + dx] = factor * coarse[y * width + x];
+}
+} // namespace
 
 void ReferenceRefineDepth(std::vector<float>& depth, const std::vector<Vector3D>& normals, int width,
                           int height, int steps, const bool* xEdges, const bool* yEdges,
@@ -28,7 +39,7 @@ void ReferenceRefineDepth(std::vector<float>& depth, const std::vector<Vector3D>
     for (int x = 0; x < width; ++x)
         for (int y = 0; y < height; ++y)
         {
-            const Vector2D rise = ReferenceRise(normals[y * width + x]);
+            const Vector2D rise = Rise(normals[y * width + x]);
             if (!(xEdges && xEdges[y * width + x]))
                 links.push_back({x, y, (x + 1) % width, y, rise.x});
             if (!(yEdges && yEdges[y * width + x]))
@@ -58,20 +69,6 @@ void ReferenceRefineDepth(std::vector<float>& depth, const std::vector<Vector3D>
     depth = a;
 }
 
-void ReferenceInflateDepth(const std::vector<float>& coarse, int width, int height, float factor,
-                           std::vector<float>& fine)
-{
-    for (int x = 0; x < width; ++x)
-        for (int y = 0; y < height; ++y)
-        {
-            const float v = factor * coarse[y * width + x];
-            fine[(2 * y) * (2 * width) + 2 * x] = v;
-            fine[(2 * y) * (2 * width) + 2 * x + 1] = v;
-            fine[(2 * y + 1) * (2 * width) + 2 * x] = v;
-            fine[(2 * y + 1) * (2 * width) + 2 * x + 1] = v;
-        }
-}
-
 std::vector<float> ReferenceDepthFromNormals(const std::vector<std::vector<Vector3D>>& normalLevels,
                                              int width, int height, int steps, float lowFrequencyEmphasis)
 {
@@ -84,7 +81,7 @@ std::vector<float> ReferenceDepthFromNormals(const std::vector<std::vector<Vecto
         const int w = width >> level;
         const int h = height >> level;
         ReferenceRefineDepth(depth[level], normalLevels[level], w, h, steps, nullptr, nullptr);
-        ReferenceInflateDepth(depth[level], w, h, lowFrequencyEmphasis, depth[level - 1]);
+        InflateDepth(depth[level], w, h, lowFrequencyEmphasis, depth[level - 1]);
     }
     ReferenceRefineDepth(depth[0], normalLevels[0], width, height, steps, nullptr, nullptr);
     return depth[0];

@@ -1,5 +1,4 @@
 #pragma once
-#include "core/Vector2D.h"
 #include "core/Vector3D.h"
 
 #include <cstdint>
@@ -9,17 +8,11 @@
 // Depth generation written as plainly as possible, to check the fast kernels against: a list of
 // link records walked one at a time, two whole buffers swapped between passes.
 
-Vector2D ReferenceRise(const Vector3D& n);
-
 // Relaxes one level in place with `steps` steps (of which steps - 1 take effect). Edge flags may
 // be null; a set flag removes that link. Progress lines are appended to `log` when given.
 void ReferenceRefineDepth(std::vector<float>& depth, const std::vector<Vector3D>& normals, int width,
                           int height, int steps, const bool* xEdges, const bool* yEdges,
                           std::vector<std::string>* log = nullptr);
-
-// Fills the finer level (2 * width wide) from the coarser one.
-void ReferenceInflateDepth(const std::vector<float>& coarse, int width, int height, float factor,
-                           std::vector<float>& fine);
 
 // The whole coarse-to-fine chain over every level of a normal pyramid (level 0 first), starting
 // from zero depth; returns the level-0 depth.

@@ -6,6 +6,22 @@
 #include <algorithm>
 #include <cmath>
 
+namespace {
+// The red channels of two opposite profiles at (x, y); a missing one mirrors its partner, and a
+// missing pair leaves both untouched.
+void ReadProfilePair(const Image* a, const Image* b, int x, int y, float& va, float& vb)
+{
+    if (a)
+        va = a->GetPixel(x, y).r;
+    if (b)
+        vb = b->GetPixel(x, y).r;
+    if (a && !b)
+        vb = 1.0f - va;
+    if (b && !a)
+        va = 1.0f - vb;
+}
+} // namespace
+
 std::vector<Vector3D> ReferenceGenerateNormals(const ReferenceNormalInputs& in, float bend,
                                                float rotationDirection, float rotationAmount,
                                                bool autofixFlatNormals)
@@ -20,36 +36,8 @@ std::vector<Vector3D> ReferenceGenerateNormals(const ReferenceNormalInputs& in, 
         for (int y = 0; y < h; ++y)
         {
             float l = 0, r = 0, t = 0, b = 0;
-            if (in.left && in.right)
-            {
-                l = in.left->GetPixel(x, y).r;
-                r = in.right->GetPixel(x, y).r;
-            }
-            else if (in.right)
-            {
-                r = in.right->GetPixel(x, y).r;
-                l = 1.0f - r;
-            }
-            else if (in.left)
-            {
-                l = in.left->GetPixel(x, y).r;
-                r = 1.0f - l;
-            }
-            if (in.top && in.bottom)
-            {
-                t = in.top->GetPixel(x, y).r;
-                b = in.bottom->GetPixel(x, y).r;
-            }
-            else if (in.bottom)
-            {
-                b = in.bottom->GetPixel(x, y).r;
-                t = 1.0f - b;
-            }
-            else if (in.top)
-            {
-                t = in.top->GetPixel(x, y).r;
-                b = 1.0f - t;
-            }
+            ReadProfilePair(in.left, in.right, x, y, l, r);
+            ReadProfilePair(in.top, in.bottom, x, y, t, b);
             Vector3D& n = normals[static_cast<std::size_t>(y) * w + x];
             n.x = r - l;
             n.y = t - b;

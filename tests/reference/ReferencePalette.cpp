@@ -79,14 +79,9 @@ std::unique_ptr<Image> ReferenceCreatePalette(const Image& diffuse, int paletteH
 std::unique_ptr<Image> ReferencePaletteIndex(const Image& diffuse, const Image& palette)
 {
     const int w = palette.GetWidth();
-    const int h = palette.GetHeight();
-    std::vector<Colour> colours(static_cast<std::size_t>(w));
-    std::vector<int> codes(static_cast<std::size_t>(w));
+    std::vector<Colour> colours;
     for (int i = 0; i < w; ++i)
-    {
-        colours[static_cast<std::size_t>(i)] = palette.GetPixel(i, h / 2 - 1);
-        codes[static_cast<std::size_t>(i)] = static_cast<int>(((i + 0.5) / w) * 255.0);
-    }
+        colours.push_back(palette.GetPixel(i, palette.GetHeight() / 2 - 1));
 
     auto index = std::make_unique<Image>(diffuse.GetWidth(), diffuse.GetHeight());
     for (int x = 0; x < diffuse.GetWidth(); ++x)
@@ -97,7 +92,7 @@ std::unique_ptr<Image> ReferencePaletteIndex(const Image& diffuse, const Image& 
             for (int i = 0; i < w; ++i)
                 if (colours[static_cast<std::size_t>(i)] == pixel)
                 {
-                    const int k = codes[static_cast<std::size_t>(i)];
+                    const int k = static_cast<int>(((i + 0.5) / w) * 255.0);
                     index->SetPixel(x, y, Colour(k / 255.0, k / 255.0, k / 255.0, 1.0f));
                     break;
                 }

@@ -10,9 +10,10 @@ class RecordingLog : public LogWindow
 {
 public:
     void AppendLine(const std::string& text) override { lines.push_back(text); }
-    bool Contains(const std::string& line) const
+    bool Contains(const std::string& line) const { return Count(line) > 0; }
+    int Count(const std::string& line) const
     {
-        return std::find(lines.begin(), lines.end(), line) != lines.end();
+        return static_cast<int>(std::count(lines.begin(), lines.end(), line));
     }
 
     std::vector<std::string> lines;

@@ -1,9 +1,11 @@
 #pragma once
 #include "core/Colour.h"
+#include "core/Parallel.h"
 
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 class Image;
 
@@ -12,6 +14,12 @@ std::unique_ptr<Image> MakeImage(int width, int height, const std::function<Colo
 
 // A grey image, value per pixel.
 std::unique_ptr<Image> MakeGrey(int width, int height, const std::function<float(int x, int y)>& value);
+
+// One row of pixels as text: "(r, g, b, a)" per pixel, the bytes as stored.
+std::string RowText(const Image& image, int y);
+
+// A grey image of one value.
+std::unique_ptr<Image> MakeFlat(int width, int height, float value);
 
 // A fresh empty folder under the system's temporary folder, removed when the object dies.
 class TempFolder
@@ -29,5 +37,20 @@ private:
     std::string path;
 };
 
+bool FileExists(const std::string& path);
+
+// Left, Right, Top and Bottom lighting profiles saved as base + suffix + ".png", each a different pattern.
+void WriteProfiles(const std::string& base, int size = 8);
+
 // True when both images have the same size and the same bytes in both planes.
 bool SameBytes(const Image& a, const Image& b);
+
+// True when both arrays hold the same floats bit for bit, so a -0 for a 0 counts as a difference.
+bool SameBits(const std::vector<float>& a, const std::vector<float>& b);
+
+// Runs the parallel loops on a given number of threads until the scope ends.
+struct ThreadCount
+{
+    explicit ThreadCount(int threads) { SetWorkerThreadCount(threads); }
+    ~ThreadCount() { SetWorkerThreadCount(0); }
+};
