@@ -14,8 +14,8 @@ QString Source(const char* relative)
 // they live in never include an OpenGL or widget header.
 TEST(ProjectRules, HeadlessLayersIncludeNoOpenGLOrWidgets)
 {
-    const QRegularExpression forbidden(
-        QStringLiteral(R"(#\s*include\s*[<"](QtWidgets|QtOpenGL|QOpenGL\w*|QWidget|QApplication|GL/\w+)[>./])"));
+    const QRegularExpression forbidden(QStringLiteral(
+        R"(#\s*include\s*[<"](QtWidgets|QtOpenGL|QOpenGL\w*|QWidget|QApplication|GL/\w+)[>./])"));
     int checked = 0;
     for (const char* folder : {"src/core", "src/sets", "src/processing", "src/deptheditor", "src/cli"})
     {
@@ -35,7 +35,7 @@ TEST(ProjectRules, HeadlessLayersIncludeNoOpenGLOrWidgets)
 // Every run-time file the code asks for by name ships in the resource folder.
 TEST(ProjectRules, NamedResourcesExist)
 {
-    for (const char* file : {"BlankTextures/Black.png", "BlankTextures/White.png", "BlankTextures/NormalBlue.png",
-                             "Examples/ExampleHead_Diffuse.png", "Shaders"})
+    for (const char* file : {"BlankTextures/Black.png", "BlankTextures/White.png",
+                             "BlankTextures/NormalBlue.png", "Examples/ExampleHead_Diffuse.png", "Shaders"})
         EXPECT_TRUE(QFile::exists(QString::fromUtf8(BRONDEL_RESOURCE_DIR) + QString::fromUtf8(file))) << file;
 }
