@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <thread>
 #include <vector>
 
@@ -14,6 +15,14 @@ int GetWorkerThreadCount()
     const int requested = requestedThreads.load();
     if (requested > 0)
         return requested;
+    // BRONDEL_THREADS lets a build farm share its cores between jobs; outputs do not depend on it.
+    static const int fromEnvironment = [] {
+        const char* text = std::getenv("BRONDEL_THREADS");
+        const int value = text ? std::atoi(text) : 0;
+        return value > 0 ? std::min(value, 256) : 0;
+    }();
+    if (fromEnvironment > 0)
+        return fromEnvironment;
     return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
 }
 

@@ -6,6 +6,7 @@
 // same bytes whatever the thread count.
 void ParallelFor(int begin, int end, const std::function<void(int from, int to)>& body);
 
-// Threads ParallelFor uses: the hardware's count unless set. 1 runs everything on the caller.
+// Threads ParallelFor uses: as set, else $BRONDEL_THREADS, else the hardware's count. 1 runs everything
+// on the caller.
 int GetWorkerThreadCount();
 void SetWorkerThreadCount(int count); // 0 restores the hardware's count

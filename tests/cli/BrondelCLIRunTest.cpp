@@ -19,12 +19,14 @@ struct CLIResult
 };
 
 CLIResult RunCLI(const std::string& folder, const std::vector<std::string>& words,
-                 const QByteArray& input = {})
+                 const QByteArray& input = {}, const QString& threads = {})
 {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.remove(QStringLiteral("DISPLAY"));
     environment.remove(QStringLiteral("WAYLAND_DISPLAY"));
+    if (!threads.isEmpty())
+        environment.insert(QStringLiteral("BRONDEL_THREADS"), threads);
     process.setProcessEnvironment(environment);
     process.setWorkingDirectory(QString::fromStdString(folder));
     QStringList arguments;
@@ -206,4 +208,48 @@ TEST(BrondelCLIRun, HelpVersionAndScripts)
 
     EXPECT_EQ(RunCLI(folder.Path(), {"-script", "-"}, "setboxsize 0\nsavedepthmap\n").status, 1);
     EXPECT_EQ(RunCLI(folder.Path(), {"-script", "no-such-script.txt"}).status, 2);
+}
+
+TEST(BrondelCLIRun, OutputBytesDoNotDependOnTheThreadCount)
+{
+    // Big enough for several row blocks per thread and several compressed pieces per file.
+    TempFolder folder;
+    const auto dome = [](int x, int y, const Vector3D& light) {
+        const float nx = (x - 300.0f) / 280.0f;
+        const float ny = (240.0f - y) / 280.0f;
+        const float r2 = nx * nx + ny * ny;
+        return r2 >= 1.0f ? 0.0f
+                          : std::fmax(0.0f, Vector3D::DotProduct({nx, ny, std::sqrt(1.0f - r2)}, light));
+    };
+    for (const auto& [suffix, light] : {std::pair{"_Left", Vector3D(-1, 0, 0)},
+                                        {"_Right", Vector3D(1, 0, 0)},
+                                        {"_Top", Vector3D(0, 1, 0)},
+                                        {"_Bottom", Vector3D(0, -1, 0)}})
+        MakeGrey(600, 480, [&](int x, int y) {
+            return dome(x, y, light);
+        })->SaveToDisk(folder.File("X") + suffix + ".png");
+    MakeImage(600, 480, [&](int x, int y) {
+        return Colour((x / 40) * 0.06f, 0.4f, (y / 60) * 0.1f, dome(x, y, {0, 0, 1}) > 0.0f ? 1.0f : 0.0f);
+    })->SaveToDisk(folder.File("X_Diffuse.png"));
+    MakeGrey(600, 480, [](int x, int y) {
+        return 0.5f + 0.5f * std::sin(x * 0.05f + y * 0.02f);
+    })->SaveToDisk(folder.File("X_Flow.png"));
+
+    std::map<std::string, QByteArray> firstRun;
+    for (const char* threads : {"1", "2", "3"})
+    {
+        RemoveOutputs(folder);
+        const CLIResult run = RunCLI(
+            folder.Path(), {"-source", "X_Left.png", "-noSave", "-ndSave", "-aoSave", "-aSave", "-iSave"}, {},
+            QString::fromLatin1(threads));
+        ASSERT_EQ(run.status, 0) << run.err;
+        for (const char* suffix : {"_NormalOpacity", "_NormalDepth", "_AO", "_Aniso", "_Index"})
+        {
+            const QByteArray bytes = Contents(folder.File(std::string("X") + suffix + ".png"));
+            ASSERT_FALSE(bytes.isEmpty()) << suffix;
+            if (firstRun.count(suffix) == 0)
+                firstRun[suffix] = bytes;
+            EXPECT_EQ(bytes, firstRun[suffix]) << suffix << " with " << threads << " threads";
+        }
+    }
 }
