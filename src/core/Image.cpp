@@ -9,6 +9,8 @@
 #include <QSaveFile>
 
 #include <atomic>
+#include <climits>
+#include <cstdlib>
 
 namespace {
 // Each image starts its revisions in a block of its own, so a texture cache keyed on revisions never
@@ -19,20 +21,27 @@ std::uint64_t NewRevisionBlock()
     return (blocks.fetch_add(1, std::memory_order_relaxed) + 1) << 32;
 }
 
+// A plane of zero bytes. The memory comes zeroed from the system and is cleared page by page as the
+// generators first write it, on all their threads, instead of by one thread up front.
+QImage* NewPlane(int width, int height, QImage::Format format, int bytesPerPixel)
+{
+    if (width <= 0 || height <= 0 || width > (INT_MAX - 3) / bytesPerPixel)
+        return new QImage();
+    const qsizetype bytesPerLine = (static_cast<qsizetype>(width) * bytesPerPixel + 3) / 4 * 4;
+    void* data = std::calloc(static_cast<std::size_t>(height), static_cast<std::size_t>(bytesPerLine));
+    if (data == nullptr)
+        return new QImage();
+    return new QImage(static_cast<uchar*>(data), width, height, bytesPerLine, format, std::free, data);
+}
+
 QImage* NewColourPlane(int width, int height)
 {
-    auto* plane = new QImage(width, height, QImage::Format_RGB888);
-    if (!plane->isNull())
-        plane->fill(0);
-    return plane;
+    return NewPlane(width, height, QImage::Format_RGB888, 3);
 }
 
 QImage* NewAlphaPlane(int width, int height)
 {
-    auto* plane = new QImage(width, height, QImage::Format_Grayscale8);
-    if (!plane->isNull())
-        plane->fill(0);
-    return plane;
+    return NewPlane(width, height, QImage::Format_Grayscale8, 1);
 }
 
 bool FormatKeepsAlpha(const QByteArray& format)

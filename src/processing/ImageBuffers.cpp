@@ -40,8 +40,11 @@ std::vector<float> ReadChannel(const Image& image, Channel channel, int width, i
 {
     const std::vector<std::uint8_t> bytes = ReadChannelBytes(image, channel, width, height);
     std::vector<float> out(bytes.size());
-    for (std::size_t i = 0; i < bytes.size(); ++i)
-        out[i] = Image::ByteToChannel(bytes[i]);
+    ParallelFor(0, height, [&](int from, int to) {
+        for (std::size_t i = static_cast<std::size_t>(from) * width; i < static_cast<std::size_t>(to) * width;
+             ++i)
+            out[i] = Image::ByteToChannel(bytes[i]);
+    });
     return out;
 }
 

@@ -166,7 +166,7 @@ void ImageProcessor::InitialiseMemory()
         normalArrays.emplace_back(size);
         depthArrays.emplace_back(size);
     }
-    anisotropyArray.assign(static_cast<std::size_t>(width) * height, Vector2D());
+    anisotropyArray = ZeroedArray<Vector2D>(static_cast<std::size_t>(width) * height);
     memoryInitialised = true;
     allocatedMipCount = mipCount;
 }
@@ -176,7 +176,7 @@ void ImageProcessor::ClearMemory()
     if (!memoryInitialised)
         return;
     std::cout << "Clearing memory" << std::endl;
-    anisotropyArray = {};
+    anisotropyArray = ZeroedArray<Vector2D>();
     normalArrays.clear();
     depthArrays.clear();
     memoryInitialised = false;
@@ -206,7 +206,7 @@ bool ImageProcessor::DiffuseMatchesWorkingSize() const
 
 void ImageProcessor::ClearDepthMap()
 {
-    for (std::vector<float>& level : depthArrays)
+    for (ZeroedArray<float>& level : depthArrays)
         std::fill(level.begin(), level.end(), 0.0f);
     ClearDepthEditor();
 }

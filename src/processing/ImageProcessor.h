@@ -1,6 +1,7 @@
 #pragma once
 #include "core/Vector2D.h"
 #include "core/Vector3D.h"
+#include "core/ZeroedArray.h"
 #include "sets/ImageType.h"
 
 #include <array>
@@ -119,9 +120,9 @@ private:
     int allocatedMipCount = 0;
     std::array<std::unique_ptr<Image>, kImageTypeCount> images;
     std::bitset<kImageTypeCount> loadedTypes;
-    std::vector<std::vector<Vector3D>> normalArrays;
-    std::vector<std::vector<float>> depthArrays;
-    std::vector<Vector2D> anisotropyArray;
+    std::vector<ZeroedArray<Vector3D>> normalArrays;
+    std::vector<ZeroedArray<float>> depthArrays;
+    ZeroedArray<Vector2D> anisotropyArray;
     bool memoryInitialised = false;
     std::string rootPath;
     LogOutput* log = nullptr;

@@ -25,7 +25,7 @@ void ImageProcessor::GenerateAnisotropyMap(int expansionCount, int outputFormat)
     PopulateAnisotropyArray();
     Log("Anisotropy reduction complete. Expanding values...");
     // Passes alternate between the array and one scratch array rather than allocating and copying back.
-    std::vector<Vector2D> scratch(expansionCount > 0 ? anisotropyArray.size() : 0);
+    ZeroedArray<Vector2D> scratch(expansionCount > 0 ? anisotropyArray.size() : 0);
     for (int i = 1; i <= expansionCount; ++i)
     {
         ExpandOrientationsInto(anisotropyArray.data(), scratch.data(), flowWidth, flowHeight);
@@ -43,7 +43,7 @@ void ImageProcessor::PopulateAnisotropyArray()
     const Image* flow = GetImage(Flow);
     if (flow == nullptr || !flow->HasPlanes())
         return;
-    anisotropyArray.assign(static_cast<std::size_t>(flow->GetWidth()) * flow->GetHeight(), Vector2D());
+    anisotropyArray = ZeroedArray<Vector2D>(static_cast<std::size_t>(flow->GetWidth()) * flow->GetHeight());
     ComputeFlowOrientations(*flow, anisotropyArray.data());
     Log("Initial flow analysis complete.");
 }

@@ -1,0 +1,52 @@
+#pragma once
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+#include <type_traits>
+#include <utility>
+
+// A fixed-size array of plain values that starts as all zero bytes. Sheet-sized working arrays come
+// straight from the system's zeroed pages, so nothing clears them on one thread up front and pages
+// never touched cost nothing; a std::vector would write every element before the kernels do.
+template <typename T> class ZeroedArray
+{
+    static_assert(std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>);
+
+public:
+    ZeroedArray() = default;
+    explicit ZeroedArray(std::size_t count)
+        : values(static_cast<T*>(std::calloc(count, sizeof(T)))), length(count)
+    {
+        if (count > 0 && values == nullptr)
+            throw std::bad_alloc();
+    }
+    ZeroedArray(ZeroedArray&& other) noexcept
+        : values(std::exchange(other.values, nullptr)), length(std::exchange(other.length, 0))
+    {}
+    ZeroedArray& operator=(ZeroedArray&& other) noexcept
+    {
+        swap(other);
+        return *this;
+    }
+    ZeroedArray(const ZeroedArray&) = delete;
+    ZeroedArray& operator=(const ZeroedArray&) = delete;
+    ~ZeroedArray() { std::free(values); }
+
+    void swap(ZeroedArray& other) noexcept
+    {
+        std::swap(values, other.values);
+        std::swap(length, other.length);
+    }
+    T* data() { return values; }
+    const T* data() const { return values; }
+    std::size_t size() const { return length; }
+    bool empty() const { return length == 0; }
+    T* begin() { return values; }
+    T* end() { return values + length; }
+    T& operator[](std::size_t i) { return values[i]; }
+    const T& operator[](std::size_t i) const { return values[i]; }
+
+private:
+    T* values = nullptr;
+    std::size_t length = 0;
+};
