@@ -1,6 +1,7 @@
 #include "processing/ImageProcessor.h"
 
 #include "core/Image.h"
+#include "core/Parallel.h"
 #include "processing/ImageBuffers.h"
 #include "processing/NormalKernels.h"
 
@@ -81,13 +82,16 @@ void ImageProcessor::PopulateNormalArrayFromMap(bool flipY)
     const std::vector<float> r = ReadChannel(*map, Channel::Red, width, height);
     const std::vector<float> g = ReadChannel(*map, Channel::Green, width, height);
     const std::vector<float> b = ReadChannel(*map, Channel::Blue, width, height);
-    for (std::size_t i = 0; i < r.size(); ++i)
-    {
-        Vector3D n = Colour(r[i], g[i], b[i]).GetAsNormal();
-        if (flipY)
-            n.y = -n.y;
-        normals[i] = n;
-    }
+    ParallelFor(0, height, [&](int from, int to) {
+        for (std::size_t i = static_cast<std::size_t>(from) * width; i < static_cast<std::size_t>(to) * width;
+             ++i)
+        {
+            Vector3D n = Colour(r[i], g[i], b[i]).GetAsNormal();
+            if (flipY)
+                n.y = -n.y;
+            normals[i] = n;
+        }
+    });
     CalculateNormalMips();
     Log("Normal array populated.");
 }
