@@ -2,6 +2,7 @@
 
 #include "core/NumericHelpers.h"
 #include "core/PngWriter.h"
+#include "core/ZeroedMemory.h"
 
 #include <QFileInfo>
 #include <QImage>
@@ -28,10 +29,25 @@ QImage* NewPlane(int width, int height, QImage::Format format, int bytesPerPixel
     if (width <= 0 || height <= 0 || width > (INT_MAX - 3) / bytesPerPixel)
         return new QImage();
     const qsizetype bytesPerLine = (static_cast<qsizetype>(width) * bytesPerPixel + 3) / 4 * 4;
-    void* data = std::calloc(static_cast<std::size_t>(height), static_cast<std::size_t>(bytesPerLine));
-    if (data == nullptr)
+    struct Block
+    {
+        void* data;
+        std::size_t bytes;
+    };
+    auto* block =
+        new Block{nullptr, static_cast<std::size_t>(height) * static_cast<std::size_t>(bytesPerLine)};
+    block->data = AllocateZeroed(block->bytes);
+    if (block->data == nullptr)
+    {
+        delete block;
         return new QImage();
-    return new QImage(static_cast<uchar*>(data), width, height, bytesPerLine, format, std::free, data);
+    }
+    const auto release = [](void* info) {
+        auto* owned = static_cast<Block*>(info);
+        FreeZeroed(owned->data, owned->bytes);
+        delete owned;
+    };
+    return new QImage(static_cast<uchar*>(block->data), width, height, bytesPerLine, format, release, block);
 }
 
 QImage* NewColourPlane(int width, int height)

@@ -1,13 +1,14 @@
 #pragma once
+#include "core/ZeroedMemory.h"
 #include <cstddef>
-#include <cstdlib>
+#include <cstdint>
 #include <new>
 #include <type_traits>
 #include <utility>
 
 // A fixed-size array of plain values that starts as all zero bytes. Sheet-sized working arrays come
-// straight from the system's zeroed pages, so nothing clears them on one thread up front and pages
-// never touched cost nothing; a std::vector would write every element before the kernels do.
+// straight from the system's zeroed pages (see ZeroedMemory.h), so nothing clears them on one thread
+// up front and pages never touched cost nothing; a std::vector would write every element first.
 template <typename T> class ZeroedArray
 {
     static_assert(std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>);
@@ -30,7 +31,7 @@ public:
     }
     ZeroedArray(const ZeroedArray&) = delete;
     ZeroedArray& operator=(const ZeroedArray&) = delete;
-    ~ZeroedArray() { std::free(values); }
+    ~ZeroedArray() { FreeZeroed(values, length * sizeof(T)); }
 
     void swap(ZeroedArray& other) noexcept
     {
