@@ -271,6 +271,14 @@ void BrondelCore::TrimImageProcessors(int count)
 
 // --- Generation
 
+void BrondelCore::ForEverySet(void (BrondelCore::*operation)())
+{
+    ForEverySet([this, operation] {
+        (this->*operation)();
+        return true;
+    });
+}
+
 void BrondelCore::ForEverySet(const std::function<bool()>& operation)
 {
     const int previous = currentIndex;
@@ -367,26 +375,17 @@ void BrondelCore::AttemptAnisotropyGeneration()
 
 void BrondelCore::AttemptNormalGenerationAll()
 {
-    ForEverySet([this] {
-        AttemptNormalGeneration();
-        return true;
-    });
+    ForEverySet(&BrondelCore::AttemptNormalGeneration);
 }
 
 void BrondelCore::AttemptDepthGenerationAll()
 {
-    ForEverySet([this] {
-        AttemptDepthGeneration();
-        return true;
-    });
+    ForEverySet(&BrondelCore::AttemptDepthGeneration);
 }
 
 void BrondelCore::AttemptAOGenerationAll()
 {
-    ForEverySet([this] {
-        AttemptAOGeneration();
-        return true;
-    });
+    ForEverySet(&BrondelCore::AttemptAOGeneration);
 }
 
 bool BrondelCore::AttemptPaletteGenerationAll()
@@ -401,18 +400,12 @@ bool BrondelCore::AttemptPaletteGenerationAll()
 
 void BrondelCore::AttemptIndexGenerationAll()
 {
-    ForEverySet([this] {
-        AttemptIndexGeneration();
-        return true;
-    });
+    ForEverySet(&BrondelCore::AttemptIndexGeneration);
 }
 
 void BrondelCore::AttemptAnisotropyGenerationAll()
 {
-    ForEverySet([this] {
-        AttemptAnisotropyGeneration();
-        return true;
-    });
+    ForEverySet(&BrondelCore::AttemptAnisotropyGeneration);
 }
 
 // --- Time estimates

@@ -178,6 +178,7 @@ private:
     void NotifySetList() const;
     // Runs a single-set operation on every set with the index pointing at it, then restores the index.
     void ForEverySet(const std::function<bool()>& operation);
+    void ForEverySet(void (BrondelCore::*operation)());
     // Sum over the processors concerned of pixels times the factor, saturated to int.
     int EstimateTime(bool all, long long factor) const;
     SaveOutcome SaveComposites(ImageType type, const std::string& filename, const std::string& normalName,
