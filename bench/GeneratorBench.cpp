@@ -57,12 +57,12 @@ std::unique_ptr<ImageProcessor> LoadedProcessor(int size)
 {
     const SyntheticSet& set = Set(size);
     auto processor = std::make_unique<ImageProcessor>(nullptr, BRONDEL_RESOURCE_DIR, &quietLog);
-    processor->SetImage(new Image(*set.left), Left);
-    processor->SetImage(new Image(*set.right), Right);
-    processor->SetImage(new Image(*set.top), Top);
-    processor->SetImage(new Image(*set.bottom), Bottom);
-    processor->SetImage(new Image(*set.diffuse), Diffuse);
-    processor->SetImage(new Image(*set.flow), Flow);
+    processor->SetImage(new Image(*set.left), ImageType::Left);
+    processor->SetImage(new Image(*set.right), ImageType::Right);
+    processor->SetImage(new Image(*set.top), ImageType::Top);
+    processor->SetImage(new Image(*set.bottom), ImageType::Bottom);
+    processor->SetImage(new Image(*set.diffuse), ImageType::Diffuse);
+    processor->SetImage(new Image(*set.flow), ImageType::Flow);
     return processor;
 }
 
@@ -159,7 +159,8 @@ void ReferenceAO(benchmark::State& state, int size)
     auto processor = LoadedProcessor(size);
     processor->GenerateNormals(1.0f, 0.0f, 0.0f, true, false);
     processor->GenerateDepthMapFromNormals(20, false, 0.2f);
-    const std::vector<float> red = ReadChannel(*processor->GetImage(Depth), Channel::Red, size, size);
+    const std::vector<float> red =
+        ReadChannel(*processor->GetImage(ImageType::Depth), Channel::Red, size, size);
     const std::vector<std::uint8_t> alpha = ReadChannelBytes(*Set(size).diffuse, Channel::Alpha, size, size);
     for (auto _ : state)
     {

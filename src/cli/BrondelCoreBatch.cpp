@@ -20,14 +20,14 @@ struct OutputOption
 };
 
 constexpr std::array<OutputOption, 8> kOutputOptions = {{
-    {"-nSave", Normal, "normal map"},
-    {"-noSave", NormalOpacity, "normal map with opacity"},
-    {"-dSave", Depth, "depth map"},
-    {"-ndSave", NormalDepth, "normal map with depth"},
-    {"-aoSave", AO, "ambient occlusion map"},
-    {"-aSave", Aniso, "anisotropy map"},
-    {"-pSave", Palette, "palette map"},
-    {"-iSave", Index, "index map"},
+    {"-nSave", ImageType::Normal, "normal map"},
+    {"-noSave", ImageType::NormalOpacity, "normal map with opacity"},
+    {"-dSave", ImageType::Depth, "depth map"},
+    {"-ndSave", ImageType::NormalDepth, "normal map with depth"},
+    {"-aoSave", ImageType::AO, "ambient occlusion map"},
+    {"-aSave", ImageType::Aniso, "anisotropy map"},
+    {"-pSave", ImageType::Palette, "palette map"},
+    {"-iSave", ImageType::Index, "index map"},
 }};
 
 // The outputs one batch run was asked for, where each goes, and whether each got written. Every
@@ -226,24 +226,27 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
     if (!anyLoaded)
     {
         std::cerr << "None of the images of the set \"" << set.baseName << "\" could be read (such as \""
-                  << set.GetFilenameOfType(Left, suffixes) << "\")." << std::endl;
+                  << set.GetFilenameOfType(ImageType::Left, suffixes) << "\")." << std::endl;
         return outputs.AnyRequested() ? 1 : 0;
     }
     outputs.RememberLoadedImages(processor);
 
-    const bool normalsWanted = outputs.Requested(Normal) || outputs.Requested(NormalOpacity);
-    const bool depthWanted = outputs.Requested(Depth) || outputs.Requested(NormalDepth);
-    const bool aoWanted = outputs.Requested(AO);
-    const bool paletteWanted = outputs.Requested(Palette) || outputs.Requested(Index);
+    const bool normalsWanted =
+        outputs.Requested(ImageType::Normal) || outputs.Requested(ImageType::NormalOpacity);
+    const bool depthWanted = outputs.Requested(ImageType::Depth) || outputs.Requested(ImageType::NormalDepth);
+    const bool aoWanted = outputs.Requested(ImageType::AO);
+    const bool paletteWanted = outputs.Requested(ImageType::Palette) || outputs.Requested(ImageType::Index);
 
     // Normals, then depth from them, then AO from the depth: one chain, all skipped without usable profiles.
     if (normalsWanted || depthWanted || aoWanted)
     {
         if (!processor.SufficientLightingProfiles())
-            outputs.FailAll({Normal, NormalOpacity, Depth, NormalDepth, AO},
+            outputs.FailAll({ImageType::Normal, ImageType::NormalOpacity, ImageType::Depth,
+                             ImageType::NormalDepth, ImageType::AO},
                             "the set needs a left or right lighting profile and a top or bottom one.");
         else if (!processor.DoLightingProfilesMatch())
-            outputs.FailAll({Normal, NormalOpacity, Depth, NormalDepth, AO},
+            outputs.FailAll({ImageType::Normal, ImageType::NormalOpacity, ImageType::Depth,
+                             ImageType::NormalDepth, ImageType::AO},
                             "the set's lighting profiles differ in resolution.");
         else
         {
@@ -254,8 +257,8 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
             flipY = arguments.HasArgument("-nFlipY");
             processor.GenerateNormals(normalBend, normalRotationDirection, normalRotationAmount,
                                       autofixFlatNormals, flipY);
-            outputs.Save(processor, Normal);
-            outputs.Save(processor, NormalOpacity);
+            outputs.Save(processor, ImageType::Normal);
+            outputs.Save(processor, ImageType::NormalOpacity);
 
             if (depthWanted || aoWanted)
             {
@@ -264,8 +267,8 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
                 // Accepted for compatibility; batch depth never has selected edges to respect.
                 respectSelectedEdges = false;
                 processor.GenerateDepthMapFromNormals(depthRefinementSteps, false, lowFrequencyEmphasis);
-                outputs.Save(processor, Depth);
-                outputs.Save(processor, NormalDepth);
+                outputs.Save(processor, ImageType::Depth);
+                outputs.Save(processor, ImageType::NormalDepth);
             }
             if (aoWanted)
             {
@@ -274,17 +277,17 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
                 aoStepSize = IntOption(arguments, "-aoStepSize", 1, 10, 1);
                 aoLightFlatness = FloatOption(arguments, "-aoLightFlatness", 0.0f, 1.0f, 0.0f);
                 processor.GenerateAOFromDepth(aoConeGradient, aoBoxSize, aoStepSize, aoLightFlatness);
-                outputs.Save(processor, AO);
+                outputs.Save(processor, ImageType::AO);
             }
         }
     }
 
-    if (outputs.Requested(Aniso))
+    if (outputs.Requested(ImageType::Aniso))
     {
         anisotropyExpandCount = IntOption(arguments, "-anisoExpandCount", 1, 10, 3);
         anisotropyOutputType = AnisotropyTypeOption(arguments);
         processor.GenerateAnisotropyMap(anisotropyExpandCount, anisotropyOutputType);
-        outputs.Save(processor, Aniso);
+        outputs.Save(processor, ImageType::Aniso);
     }
 
     if (paletteWanted)
@@ -292,13 +295,13 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
         paletteHeight = IntOption(arguments, "-pHeight", 4, 512, 32);
         paletteSampleLighting = arguments.HasArgument("-pSampleLighting");
         if (processor.CreatePaletteFromDiffuseMap(paletteHeight, paletteSampleLighting))
-            outputs.Save(processor, Palette);
+            outputs.Save(processor, ImageType::Palette);
         else
-            outputs.Fail(Palette, "the palette could not be generated from the diffuse map.");
-        if (outputs.Requested(Index))
+            outputs.Fail(ImageType::Palette, "the palette could not be generated from the diffuse map.");
+        if (outputs.Requested(ImageType::Index))
         {
             processor.GeneratePaletteIndex();
-            outputs.Save(processor, Index);
+            outputs.Save(processor, ImageType::Index);
         }
     }
     return outputs.ExitStatus();

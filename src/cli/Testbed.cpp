@@ -164,19 +164,19 @@ Testbed::Testbed(BrondelCore& target, std::ostream& output, std::ostream& errors
     Bind("setautofixflatnormals", BoolSetter(&BrondelCore::SetAutofixFlatNormals));
     Bind("attemptnormalmapgeneration",
          Generate(&BrondelCore::AttemptNormalGeneration, &BrondelCore::AttemptNormalGenerationAll));
-    Bind("savenormalmap", SaveMap(Normal));
+    Bind("savenormalmap", SaveMap(ImageType::Normal));
     Bind("setdepthlowfreqemphasis", FloatSetter(&BrondelCore::SetLowFrequencyEmphasis, 0.0f, 2.0f));
     Bind("setdepthrefinementsteps", IntSetter(&BrondelCore::SetDepthRefinementSteps, 1, 10000));
     Bind("setrespectselectededges", BoolSetter(&BrondelCore::SetRespectSelectedEdges));
     Bind("attemptdepthmapgen",
          Generate(&BrondelCore::AttemptDepthGeneration, &BrondelCore::AttemptDepthGenerationAll));
-    Bind("savedepthmap", SaveMap(Depth));
+    Bind("savedepthmap", SaveMap(ImageType::Depth));
     Bind("setambientlightflatness", FloatSetter(&BrondelCore::SetAOLightFlatness, 0.0f, 1.0f));
     Bind("setconegradient", FloatSetter(&BrondelCore::SetAOConeGradient, -0.05f, 0.05f));
     Bind("setboxsize", IntSetter(&BrondelCore::SetAOBoxSize, 1, 100));
     Bind("setstepsize", IntSetter(&BrondelCore::SetAOStepSize, 1, 10));
     Bind("attemptaogen", Generate(&BrondelCore::AttemptAOGeneration, &BrondelCore::AttemptAOGenerationAll));
-    Bind("saveaomap", SaveMap(AO));
+    Bind("saveaomap", SaveMap(ImageType::AO));
     for (const char* word : {"setdirectlight", "setupperambient", "setlowerambient", "setbackground",
                              "setdrawlight", "setlightanimtype", "setlightwrap", "setattenuationstrength",
                              "setlightyz", "resetlighting", "savelighting", "setaointensity"})
@@ -335,7 +335,7 @@ bool Testbed::LoadSets(const std::string& word, const Arguments& arguments)
 
 bool Testbed::LoadImage(const std::string& word, const Arguments& arguments)
 {
-    ImageType type = Top;
+    ImageType type = ImageType::Top;
     if (arguments.size() != 2 || !ParseType(arguments[1], type))
         return Error(word, "expects a filename and an image kind (such as Left or Diffuse)");
     if (!core.GetCurrentProcessor())
@@ -348,7 +348,7 @@ bool Testbed::LoadImage(const std::string& word, const Arguments& arguments)
 
 bool Testbed::ClearImage(const std::string& word, const Arguments& arguments)
 {
-    ImageType type = Top;
+    ImageType type = ImageType::Top;
     if (arguments.size() != 1 || !ParseType(arguments[0], type))
         return Error(word, "expects an image kind (such as Left or Diffuse)");
     if (!RequireSet(word))
@@ -359,7 +359,7 @@ bool Testbed::ClearImage(const std::string& word, const Arguments& arguments)
 
 bool Testbed::ExamineImage(const std::string& word, const Arguments& arguments)
 {
-    ImageType type = Top;
+    ImageType type = ImageType::Top;
     if (arguments.size() != 1 || !ParseType(arguments[0], type))
         return Error(word, "expects an image kind (such as Left or Diffuse)");
     if (!RequireSet(word))
@@ -400,13 +400,14 @@ BrondelCore::SaveOutcome Testbed::SaveWithDefaultNames(const std::vector<ImageTy
 bool Testbed::SaveOutputSet(const std::string& word, const Arguments& arguments)
 {
     // The same outputs, in the same order, as the window's "save output set".
-    std::vector<ImageType> types = {Normal, Depth, AO, Palette, Index, Aniso};
+    std::vector<ImageType> types = {ImageType::Normal,  ImageType::Depth, ImageType::AO,
+                                    ImageType::Palette, ImageType::Index, ImageType::Aniso};
     if (!arguments.empty())
     {
         types.clear();
         for (const std::string& name : arguments)
         {
-            ImageType type = Top;
+            ImageType type = ImageType::Top;
             if (!ParseType(name, type))
                 return Error(word, "\"" + name + "\" is not an image kind (such as Normal or AO)");
             types.push_back(type);

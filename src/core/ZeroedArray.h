@@ -15,11 +15,16 @@ template <typename T> class ZeroedArray
 
 public:
     ZeroedArray() = default;
+    // Throws std::bad_alloc when the memory cannot be had or count * sizeof(T) overflows.
     explicit ZeroedArray(std::size_t count)
-        : values(static_cast<T*>(std::calloc(count, sizeof(T)))), length(count)
     {
-        if (count > 0 && values == nullptr)
+        std::size_t bytes = 0;
+        if (!ZeroedBytesFor(count, sizeof(T), bytes))
             throw std::bad_alloc();
+        values = static_cast<T*>(AllocateZeroed(bytes));
+        if (values == nullptr)
+            throw std::bad_alloc();
+        length = count;
     }
     ZeroedArray(ZeroedArray&& other) noexcept
         : values(std::exchange(other.values, nullptr)), length(std::exchange(other.length, 0))

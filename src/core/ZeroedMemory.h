@@ -3,6 +3,18 @@
 
 // Zero-filled memory for sheet-sized buffers. Large blocks are mapped straight from the system and
 // marked for huge pages, so a 4096 x 4096 buffer costs a few hundred page faults instead of tens of
-// thousands; small ones come from calloc. Null when the memory cannot be had.
+// thousands; small ones come from calloc. Null when the memory cannot be had. Every block must go back
+// through FreeZeroed with the size it was asked for, which picks the matching release.
 void* AllocateZeroed(std::size_t bytes);
 void FreeZeroed(void* memory, std::size_t bytes);
+
+// The product count * size in bytes, or false when it does not fit in std::size_t.
+bool ZeroedBytesFor(std::size_t count, std::size_t size, std::size_t& bytes);
+
+// Bytes handed out by AllocateZeroed and not yet freed.
+std::size_t ZeroedBytesInUse();
+// A ceiling on ZeroedBytesInUse (0, the default, means none): an allocation that would pass it fails
+// as if the system had refused it. Lets a user keep Brondel inside a memory budget, and tests force
+// an allocation failure without exhausting the machine.
+void SetZeroedMemoryLimit(std::size_t bytes);
+std::size_t GetZeroedMemoryLimit();

@@ -97,7 +97,7 @@ template <int Format> std::array<std::uint8_t, 3> EncodeValue(Vector2D& v)
     float r = 0.0f;
     float g = 0.0f;
     float b = 0.0f;
-    if constexpr (Format == StandardVectorFormat)
+    if constexpr (Format == AnisotropyFormat::StandardVectorFormat)
     {
         // Half the doubled angle's cosine and sine follow from the vector by the half-angle formulas, in
         // double precision, far cheaper than atan2, cos and sin; the result is the same bytes unless a
@@ -119,7 +119,7 @@ template <int Format> std::array<std::uint8_t, 3> EncodeValue(Vector2D& v)
         r = std::cos(phi) * 0.5f + 0.5f;
         g = std::sin(phi) * 0.5f + 0.5f;
     }
-    else if constexpr (Format == AngleDoubledVectorFormat)
+    else if constexpr (Format == AnisotropyFormat::AngleDoubledVectorFormat)
     {
         // Tiny vectors have no meaningful direction; they stay near the middle grey instead.
         if (v.GetMagnitude() > 0.001f)
@@ -248,14 +248,14 @@ void EncodeAnisotropy(Vector2D* values, int width, int height, int format, Image
 {
     switch (format)
     {
-    case StandardVectorFormat:
-        EncodeAs<StandardVectorFormat>(values, width, height, map);
+    case AnisotropyFormat::StandardVectorFormat:
+        EncodeAs<AnisotropyFormat::StandardVectorFormat>(values, width, height, map);
         break;
-    case AngleDoubledVectorFormat:
-        EncodeAs<AngleDoubledVectorFormat>(values, width, height, map);
+    case AnisotropyFormat::AngleDoubledVectorFormat:
+        EncodeAs<AnisotropyFormat::AngleDoubledVectorFormat>(values, width, height, map);
         break;
-    case OrientationAngleFormat:
-        EncodeAs<OrientationAngleFormat>(values, width, height, map);
+    case AnisotropyFormat::OrientationAngleFormat:
+        EncodeAs<AnisotropyFormat::OrientationAngleFormat>(values, width, height, map);
         break;
     default:
         break;

@@ -17,12 +17,17 @@ void ExpandOrientations(Vector2D* values, int width, int height);
 // The same pass from one array into another of the same shape, for repeated passes without copies.
 void ExpandOrientationsInto(const Vector2D* values, Vector2D* mean, int width, int height);
 
-enum AnisotropyFormat
+// The formats sit in a namespace of their own so their names never collide with other code's; they stay
+// an unscoped enum because the format travels as a plain int through the core and the batch options.
+namespace AnisotropyFormats {
+enum AnisotropyFormat : int
 {
     StandardVectorFormat = 0,     // (cos phi, sin phi) of the undoubled angle, mapped to 0..1
     AngleDoubledVectorFormat = 1, // the stored vector, unit length where it is not tiny, mapped to 0..1
     OrientationAngleFormat = 2    // grey of the doubled angle over 0..0.5
 };
+} // namespace AnisotropyFormats
+using AnisotropyFormats::AnisotropyFormat;
 
 // Writes the array into `map` (width x height, freshly made) in the given format; an unknown format
 // leaves the map as it is. The angle-doubled format normalises the array's long vectors in place.

@@ -60,11 +60,11 @@ void ImageProcessor::InstallLoadedImage(ImageType type, std::unique_ptr<Image> i
     if (!images[type]->HasPlanes())
         LoadDefaultImage(type);
 
-    if (type == Normal && IsLoaded(Normal))
+    if (type == ImageType::Normal && IsLoaded(ImageType::Normal))
         PopulateNormalArrayFromMap(flipY);
-    if (type == Depth && IsLoaded(Depth))
+    if (type == ImageType::Depth && IsLoaded(ImageType::Depth))
         PopulateDepthArrayFromMap();
-    if (type == Palette)
+    if (type == ImageType::Palette)
         images[type]->SetVerticalWrap(false);
     ComputeBestDimensions();
 }
@@ -74,12 +74,12 @@ void ImageProcessor::LoadDefaultImage(ImageType type)
     const char* file = "Black.png";
     switch (type)
     {
-    case Diffuse:
-    case Specular:
-    case AO:
+    case ImageType::Diffuse:
+    case ImageType::Specular:
+    case ImageType::AO:
         file = "White.png";
         break;
-    case Normal:
+    case ImageType::Normal:
         file = "NormalBlue.png";
         break;
     default:
@@ -95,15 +95,18 @@ void ImageProcessor::LoadDefaultImage(ImageType type)
 
 bool ImageProcessor::SufficientLightingProfiles() const
 {
-    return (IsLoaded(Left) || IsLoaded(Right)) && (IsLoaded(Top) || IsLoaded(Bottom));
+    return (IsLoaded(ImageType::Left) || IsLoaded(ImageType::Right)) &&
+           (IsLoaded(ImageType::Top) || IsLoaded(ImageType::Bottom));
 }
 
 bool ImageProcessor::DoLightingProfilesMatch() const
 {
-    if (!IsLoaded(Left) && !IsLoaded(Right))
+    if (!IsLoaded(ImageType::Left) && !IsLoaded(ImageType::Right))
         return false;
-    const Image* reference = IsLoaded(Left) ? GetImage(Left) : GetImage(Right);
-    for (const ImageType type : {Front, Left, Right, Bottom, Top})
+    const Image* reference =
+        IsLoaded(ImageType::Left) ? GetImage(ImageType::Left) : GetImage(ImageType::Right);
+    for (const ImageType type :
+         {ImageType::Front, ImageType::Left, ImageType::Right, ImageType::Bottom, ImageType::Top})
     {
         if (!IsLoaded(type))
             continue;
@@ -116,7 +119,8 @@ bool ImageProcessor::DoLightingProfilesMatch() const
 
 void ImageProcessor::ComputeBestDimensions()
 {
-    for (const ImageType type : {Normal, Left, Right, Depth, AO})
+    for (const ImageType type :
+         {ImageType::Normal, ImageType::Left, ImageType::Right, ImageType::Depth, ImageType::AO})
     {
         if (IsLoaded(type) && GetImage(type) != nullptr)
         {
@@ -199,8 +203,8 @@ float* ImageProcessor::GetDepthArray(int level)
 
 bool ImageProcessor::DiffuseMatchesWorkingSize() const
 {
-    const Image* diffuse = GetImage(Diffuse);
-    return IsLoaded(Diffuse) && diffuse != nullptr && diffuse->GetWidth() == width &&
+    const Image* diffuse = GetImage(ImageType::Diffuse);
+    return IsLoaded(ImageType::Diffuse) && diffuse != nullptr && diffuse->GetWidth() == width &&
            diffuse->GetHeight() == height;
 }
 
@@ -222,16 +226,16 @@ void ImageProcessor::ClearDepthEditor()
 void ImageProcessor::CreateEmptyDepthMapIfNeeded()
 {
     ComputeBestDimensions();
-    if (IsLoaded(Depth))
+    if (IsLoaded(ImageType::Depth))
         return;
-    SetImage(new Image(width, height), Depth);
+    SetImage(new Image(width, height), ImageType::Depth);
     PopulateDepthArrayFromMap();
     InitialiseDepthEditor();
 }
 
 void ImageProcessor::InitialiseDepthEditor()
 {
-    const Image* depth = GetImage(Depth);
+    const Image* depth = GetImage(ImageType::Depth);
     const int editorWidth = depth && depth->HasPlanes() ? depth->GetWidth() : width;
     const int editorHeight = depth && depth->HasPlanes() ? depth->GetHeight() : height;
     depthEditor = std::make_unique<DepthEditor>(editorWidth, editorHeight, this);

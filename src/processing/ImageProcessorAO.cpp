@@ -9,8 +9,9 @@
 void ImageProcessor::GenerateAOFromDepth(float coneGradient, int boxSize, int stepSize,
                                          float ambientLightFlatness)
 {
-    const Image* depthMap = GetImage(Depth);
-    if (!IsLoaded(Depth) || depthMap == nullptr || !depthMap->HasPlanes() || width <= 0 || height <= 0)
+    const Image* depthMap = GetImage(ImageType::Depth);
+    if (!IsLoaded(ImageType::Depth) || depthMap == nullptr || !depthMap->HasPlanes() || width <= 0 ||
+        height <= 0)
     {
         ReportError("To generate ambient occlusion, you must have generated or loaded a depth map.",
                     "No depth map");
@@ -21,7 +22,7 @@ void ImageProcessor::GenerateAOFromDepth(float coneGradient, int boxSize, int st
     const std::size_t pixels = static_cast<std::size_t>(width) * height;
     std::vector<std::uint8_t> mask;
     if (DiffuseMatchesWorkingSize())
-        mask = ReadChannelBytes(*GetImage(Diffuse), Channel::Alpha, width, height);
+        mask = ReadChannelBytes(*GetImage(ImageType::Diffuse), Channel::Alpha, width, height);
     const std::vector<float> depthRed = ReadChannel(*depthMap, Channel::Red, width, height);
     const std::vector<float> heights =
         PrepareAOHeights(depthRed.data(), mask.empty() ? nullptr : mask.data(), pixels);
@@ -32,6 +33,6 @@ void ImageProcessor::GenerateAOFromDepth(float coneGradient, int boxSize, int st
                     counts.data(), [&](int x) { Log(std::to_string(x * 100 / width) + "% finished."); });
     const AOExtent extent = FindAOExtent(counts.data(), pixels);
     const std::vector<float> values = NormaliseAO(counts.data(), pixels, extent);
-    SetImage(MakeGreyImage(values.data(), width, height), AO);
+    SetImage(MakeGreyImage(values.data(), width, height), ImageType::AO);
     Log("Ambient occlusion map complete.");
 }

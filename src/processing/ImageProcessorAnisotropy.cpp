@@ -8,8 +8,8 @@
 
 void ImageProcessor::GenerateAnisotropyMap(int expansionCount, int outputFormat)
 {
-    const Image* flow = GetImage(Flow);
-    if (!IsLoaded(Flow) || flow == nullptr || !flow->HasPlanes())
+    const Image* flow = GetImage(ImageType::Flow);
+    if (!IsLoaded(ImageType::Flow) || flow == nullptr || !flow->HasPlanes())
     {
         ReportError("To generate an anisotropy map, you need to load a flow map.", "No flow map");
         return;
@@ -34,13 +34,13 @@ void ImageProcessor::GenerateAnisotropyMap(int expansionCount, int outputFormat)
     }
 
     EncodeAnisotropy(anisotropyArray.data(), flowWidth, flowHeight, outputFormat, *map);
-    SetImage(map.release(), Aniso);
+    SetImage(map.release(), ImageType::Aniso);
     Log("Anisotropy map completed.");
 }
 
 void ImageProcessor::PopulateAnisotropyArray()
 {
-    const Image* flow = GetImage(Flow);
+    const Image* flow = GetImage(ImageType::Flow);
     if (flow == nullptr || !flow->HasPlanes())
         return;
     anisotropyArray = ZeroedArray<Vector2D>(static_cast<std::size_t>(flow->GetWidth()) * flow->GetHeight());

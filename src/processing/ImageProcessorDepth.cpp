@@ -47,8 +47,9 @@ void ImageProcessor::GenerateDepthMapFromNormals(int refinementSteps, bool respe
         return image ? ReadChannelBytes(*image, channel, width, height)
                      : std::vector<std::uint8_t>(static_cast<std::size_t>(width) * height);
     };
-    const std::vector<std::uint8_t> channels[4] = {read(Normal, Channel::Red), read(Normal, Channel::Green),
-                                                   read(Normal, Channel::Blue), read(Depth, Channel::Red)};
+    const std::vector<std::uint8_t> channels[4] = {
+        read(ImageType::Normal, Channel::Red), read(ImageType::Normal, Channel::Green),
+        read(ImageType::Normal, Channel::Blue), read(ImageType::Depth, Channel::Red)};
     PlaneView<std::uint8_t> colour = normalDepth->ColourView();
     PlaneView<std::uint8_t> alpha = normalDepth->AlphaView();
     for (int y = 0; y < height; ++y)
@@ -65,7 +66,7 @@ void ImageProcessor::GenerateDepthMapFromNormals(int refinementSteps, bool respe
         }
     }
     normalDepth->MarkChanged();
-    SetImage(normalDepth.release(), NormalDepth);
+    SetImage(normalDepth.release(), ImageType::NormalDepth);
     InitialiseDepthEditor();
 }
 
@@ -147,7 +148,7 @@ void ImageProcessor::PopulateDepthMapFromArray()
 
     std::vector<std::uint8_t> mask;
     if (DiffuseMatchesWorkingSize())
-        mask = ReadChannelBytes(*GetImage(Diffuse), Channel::Alpha, width, height);
+        mask = ReadChannelBytes(*GetImage(ImageType::Diffuse), Channel::Alpha, width, height);
     const std::uint8_t* maskData = mask.empty() ? nullptr : mask.data();
 
     const DepthExtent extent = FindDepthExtent(depth, maskData, width, height);
@@ -155,14 +156,14 @@ void ImageProcessor::PopulateDepthMapFromArray()
     depthMax = extent.maximum;
     depthRange = depthMax - depthMin;
     const std::vector<float> grey = NormaliseDepth(depth, maskData, width, height, depthMin, depthRange);
-    SetImage(MakeGreyImage(grey.data(), width, height), Depth);
+    SetImage(MakeGreyImage(grey.data(), width, height), ImageType::Depth);
 }
 
 void ImageProcessor::PopulateDepthArrayFromMap()
 {
     if (!memoryInitialised)
         InitialiseArrays();
-    const Image* map = GetImage(Depth);
+    const Image* map = GetImage(ImageType::Depth);
     if (map == nullptr)
         return;
     InitialiseArrays();

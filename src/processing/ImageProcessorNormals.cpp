@@ -26,15 +26,15 @@ void ImageProcessor::GenerateNormals(float bend, float rotationDirection, float 
     NormalInputs in;
     in.width = width;
     in.height = height;
-    in.left = profile(Left);
-    in.right = profile(Right);
-    in.top = profile(Top);
-    in.bottom = profile(Bottom);
-    in.front = profile(Front);
+    in.left = profile(ImageType::Left);
+    in.right = profile(ImageType::Right);
+    in.top = profile(ImageType::Top);
+    in.bottom = profile(ImageType::Bottom);
+    in.front = profile(ImageType::Front);
     std::vector<std::uint8_t> mask;
     if (DiffuseMatchesWorkingSize())
     {
-        mask = ReadChannelBytes(*GetImage(Diffuse), Channel::Alpha, width, height);
+        mask = ReadChannelBytes(*GetImage(ImageType::Diffuse), Channel::Alpha, width, height);
         in.mask = mask.data();
     }
 
@@ -62,12 +62,12 @@ void ImageProcessor::PopulateNormalMapFromArray(bool flipY)
     auto normalMap = std::make_unique<Image>(width, height);
     auto normalOpacity = std::make_unique<Image>(width, height);
     std::vector<std::uint8_t> opacity;
-    if (IsLoaded(Diffuse))
-        opacity = ReadChannelBytes(*GetImage(Diffuse), Channel::Alpha, width, height);
+    if (IsLoaded(ImageType::Diffuse))
+        opacity = ReadChannelBytes(*GetImage(ImageType::Diffuse), Channel::Alpha, width, height);
     EncodeNormalMaps(normals, width, height, flipY, opacity.empty() ? nullptr : opacity.data(), *normalMap,
                      *normalOpacity);
-    SetImage(normalMap.release(), Normal);
-    SetImage(normalOpacity.release(), NormalOpacity);
+    SetImage(normalMap.release(), ImageType::Normal);
+    SetImage(normalOpacity.release(), ImageType::NormalOpacity);
     Log("Normal map created.");
 }
 
@@ -75,7 +75,7 @@ void ImageProcessor::PopulateNormalArrayFromMap(bool flipY)
 {
     Log("Populating normal array from image...");
     InitialiseArrays();
-    const Image* map = GetImage(Normal);
+    const Image* map = GetImage(ImageType::Normal);
     Vector3D* normals = GetNormalArray(0);
     if (map == nullptr || !map->HasPlanes() || normals == nullptr)
         return;

@@ -16,8 +16,8 @@ bool HasPixels(const Image* image)
 
 bool ImageProcessor::CreatePaletteFromDiffuseMap(int paletteHeight, bool sampleLighting)
 {
-    const Image* diffuse = GetImage(Diffuse);
-    if (!IsLoaded(Diffuse) || !HasPixels(diffuse))
+    const Image* diffuse = GetImage(ImageType::Diffuse);
+    if (!IsLoaded(ImageType::Diffuse) || !HasPixels(diffuse))
     {
         ReportError("You need to load a diffuse map in order to generate a palette map.", "No diffuse map");
         return false;
@@ -52,15 +52,16 @@ bool ImageProcessor::CreatePaletteFromDiffuseMap(int paletteHeight, bool sampleL
     // Renderers read the palette by light level from top to bottom; wrapping would bleed the white top
     // row into the black bottom one.
     palette->SetVerticalWrap(false);
-    SetImage(palette, Palette);
+    SetImage(palette, ImageType::Palette);
     return true;
 }
 
 void ImageProcessor::GeneratePaletteIndex()
 {
-    const Image* diffuse = GetImage(Diffuse);
-    const Image* palette = GetImage(Palette);
-    if (!IsLoaded(Diffuse) || !IsLoaded(Palette) || !HasPixels(diffuse) || !HasPixels(palette))
+    const Image* diffuse = GetImage(ImageType::Diffuse);
+    const Image* palette = GetImage(ImageType::Palette);
+    if (!IsLoaded(ImageType::Diffuse) || !IsLoaded(ImageType::Palette) || !HasPixels(diffuse) ||
+        !HasPixels(palette))
     {
         ReportError("To generate an index map, you have to have both a palette and a diffuse map loaded.",
                     "Missing palette or diffuse map");
@@ -68,5 +69,5 @@ void ImageProcessor::GeneratePaletteIndex()
     }
     Image* index = MakeIndexImage(*diffuse, BuildPaletteLookup(*palette));
     if (index != nullptr)
-        SetImage(index, Index);
+        SetImage(index, ImageType::Index);
 }

@@ -319,7 +319,7 @@ void BrondelCore::AttemptNormalGeneration()
     }
     processor->GenerateNormals(normalBend, normalRotationDirection, normalRotationAmount, autofixFlatNormals,
                                flipY);
-    NotifyImageChanged(Normal);
+    NotifyImageChanged(ImageType::Normal);
 }
 
 void BrondelCore::AttemptDepthGeneration()
@@ -329,7 +329,7 @@ void BrondelCore::AttemptDepthGeneration()
     if (!processor)
         return;
     processor->GenerateDepthMapFromNormals(depthRefinementSteps, respectSelectedEdges, lowFrequencyEmphasis);
-    NotifyImageChanged(Depth);
+    NotifyImageChanged(ImageType::Depth);
 }
 
 void BrondelCore::AttemptAOGeneration()
@@ -339,7 +339,7 @@ void BrondelCore::AttemptAOGeneration()
     if (!processor)
         return;
     processor->GenerateAOFromDepth(aoConeGradient, aoBoxSize, aoStepSize, aoLightFlatness);
-    NotifyImageChanged(AO);
+    NotifyImageChanged(ImageType::AO);
 }
 
 bool BrondelCore::AttemptPaletteGeneration()
@@ -349,7 +349,7 @@ bool BrondelCore::AttemptPaletteGeneration()
     if (!processor)
         return false;
     const bool created = processor->CreatePaletteFromDiffuseMap(paletteHeight, paletteSampleLighting);
-    NotifyImageChanged(Palette);
+    NotifyImageChanged(ImageType::Palette);
     return created;
 }
 
@@ -360,7 +360,7 @@ void BrondelCore::AttemptIndexGeneration()
     if (!processor)
         return;
     processor->GeneratePaletteIndex();
-    NotifyImageChanged(Index);
+    NotifyImageChanged(ImageType::Index);
 }
 
 void BrondelCore::AttemptAnisotropyGeneration()
@@ -370,7 +370,7 @@ void BrondelCore::AttemptAnisotropyGeneration()
     if (!processor)
         return;
     processor->GenerateAnisotropyMap(anisotropyExpandCount, anisotropyOutputType);
-    NotifyImageChanged(Aniso);
+    NotifyImageChanged(ImageType::Aniso);
 }
 
 void BrondelCore::AttemptNormalGenerationAll()

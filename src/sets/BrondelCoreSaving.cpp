@@ -74,29 +74,30 @@ BrondelCore::SaveOutcome BrondelCore::SaveComposites(ImageType type, const std::
     const auto combined = [&](ImageType alphaKind, Channel channel) {
         if (present(type))
             return WriteImage(*processor->GetImage(type), filename);
-        return WriteImage(Compose(*processor->GetImage(Normal), *processor->GetImage(alphaKind), channel),
-                          filename);
+        return WriteImage(
+            Compose(*processor->GetImage(ImageType::Normal), *processor->GetImage(alphaKind), channel),
+            filename);
     };
 
-    if (type == NormalDepth)
+    if (type == ImageType::NormalDepth)
     {
-        if (present(Normal) && present(Depth))
-            return combined(Depth, Channel::Red);
+        if (present(ImageType::Normal) && present(ImageType::Depth))
+            return combined(ImageType::Depth, Channel::Red);
         // Without both parts each is saved on its own. Given one filename for both, the depth map is
         // written last and so is the one that remains.
         SaveOutcome outcome = SaveOutcome::NothingToSave;
-        if (present(Normal))
-            outcome = Combine(outcome, WriteImage(*processor->GetImage(Normal), normalName));
-        if (present(Depth))
-            outcome = Combine(outcome, WriteImage(*processor->GetImage(Depth), depthName));
+        if (present(ImageType::Normal))
+            outcome = Combine(outcome, WriteImage(*processor->GetImage(ImageType::Normal), normalName));
+        if (present(ImageType::Depth))
+            outcome = Combine(outcome, WriteImage(*processor->GetImage(ImageType::Depth), depthName));
         return outcome;
     }
-    if (type == NormalOpacity)
+    if (type == ImageType::NormalOpacity)
     {
-        if (present(Diffuse) && present(Normal))
-            return combined(Diffuse, Channel::Alpha);
-        if (present(Normal))
-            return WriteImage(*processor->GetImage(Normal), normalName);
+        if (present(ImageType::Diffuse) && present(ImageType::Normal))
+            return combined(ImageType::Diffuse, Channel::Alpha);
+        if (present(ImageType::Normal))
+            return WriteImage(*processor->GetImage(ImageType::Normal), normalName);
         return SaveOutcome::NothingToSave;
     }
     if (!present(type))
@@ -113,6 +114,6 @@ BrondelCore::SaveOutcome BrondelCore::SaveCurrentImageByType(ImageType type)
 {
     if (!GetCurrentImageSet())
         return SaveOutcome::NothingToSave;
-    return SaveComposites(type, GetDefaultFilenameByType(type), GetDefaultFilenameByType(Normal),
-                          GetDefaultFilenameByType(Depth));
+    return SaveComposites(type, GetDefaultFilenameByType(type), GetDefaultFilenameByType(ImageType::Normal),
+                          GetDefaultFilenameByType(ImageType::Depth));
 }

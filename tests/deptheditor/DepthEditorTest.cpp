@@ -27,7 +27,7 @@ std::string EdgeState(DepthEditor& editor)
 TEST(DepthEditor, StartsEmptyAndTakesClippedSelectionBlocks)
 {
     ImageProcessor processor(nullptr, BRONDEL_RESOURCE_DIR, nullptr);
-    processor.SetImage(new Image(9, 4), Depth);
+    processor.SetImage(new Image(9, 4), ImageType::Depth);
     processor.InitialiseDepthEditor();
     DepthEditor* editor = processor.GetDepthEditor();
     ASSERT_NE(editor, nullptr);

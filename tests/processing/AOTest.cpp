@@ -16,10 +16,10 @@ struct Fixture : ProcessorFixture
 {
     void SetDepth(int w, int h, const std::function<float(int, int)>& depth)
     {
-        Set(Depth, MakeGrey(w, h, depth));
+        Set(ImageType::Depth, MakeGrey(w, h, depth));
         processor.ComputeBestDimensions();
     }
-    float Brightness(int x, int y) const { return processor.GetImage(AO)->GetPixel(x, y).r; }
+    float Brightness(int x, int y) const { return processor.GetImage(ImageType::AO)->GetPixel(x, y).r; }
 };
 } // namespace
 
@@ -86,12 +86,13 @@ TEST(AO, FlatGroundCountsEveryProbeButTheCentre)
     Fixture f;
     f.SetDepth(20, 20, [](int, int) { return 0.5f; });
     f.processor.GenerateAOFromDepth(0.01f, 5, 1, 0.0f);
-    ASSERT_TRUE(f.processor.IsLoaded(AO));
+    ASSERT_TRUE(f.processor.IsLoaded(ImageType::AO));
     for (int y = 0; y < 20; ++y)
         for (int x = 0; x < 20; ++x)
-            ASSERT_EQ(f.processor.GetImage(AO)->GetPixel(x, y).GetAsString(), "(255, 255, 255, 255)");
+            ASSERT_EQ(f.processor.GetImage(ImageType::AO)->GetPixel(x, y).GetAsString(),
+                      "(255, 255, 255, 255)");
     f.processor.GenerateAOFromDepth(0.01f, 3, 1, 0.0f);
-    EXPECT_EQ(f.processor.GetImage(AO)->GetPixel(7, 7).GetAsString(), "(0, 0, 0, 255)");
+    EXPECT_EQ(f.processor.GetImage(ImageType::AO)->GetPixel(7, 7).GetAsString(), "(0, 0, 0, 255)");
 }
 
 TEST(AO, CreasesAreDarkerThanRidgesAndFlats)
@@ -110,23 +111,23 @@ TEST(AO, CreasesAreDarkerThanRidgesAndFlats)
 TEST(AO, ReportsProgressAndMatchesThePlainLoopEndToEnd)
 {
     Fixture f;
-    f.Set(Left, MakeFlat(120, 9, 0.5f));
+    f.Set(ImageType::Left, MakeFlat(120, 9, 0.5f));
     f.processor.ComputeBestDimensions();
     f.processor.GenerateAOFromDepth(0.01f, 5, 1, 0.0f);
     EXPECT_EQ(f.messages,
               (Messages{{"To generate ambient occlusion, you must have generated or loaded a depth map.",
                          "No depth map"}}));
     EXPECT_TRUE(f.log.lines.empty());
-    EXPECT_EQ(f.processor.GetImage(AO), nullptr);
+    EXPECT_EQ(f.processor.GetImage(ImageType::AO), nullptr);
     f.processor.SetMessageCallback(nullptr);
     f.processor.GenerateAOFromDepth(0.01f, 5, 1, 0.0f); // silently
-    EXPECT_EQ(f.processor.GetImage(AO), nullptr);
+    EXPECT_EQ(f.processor.GetImage(ImageType::AO), nullptr);
 
     // Transparent pixels are open sky; one step above transparent is already solid.
     std::mt19937 random(4);
     f.SetDepth(120, 9,
                [&](int, int) { return Image::ByteToChannel(static_cast<std::uint8_t>(random() % 256)); });
-    f.Set(Diffuse, MakeImage(120, 9, [&](int, int) {
+    f.Set(ImageType::Diffuse, MakeImage(120, 9, [&](int, int) {
               const unsigned kind = random() % 5;
               return Colour(1, 1, 1, kind == 0 ? 0.0f : kind == 1 ? Image::ByteToChannel(1) : 1.0f);
           }));
@@ -134,18 +135,18 @@ TEST(AO, ReportsProgressAndMatchesThePlainLoopEndToEnd)
     EXPECT_EQ(f.log.lines, (std::vector<std::string>{"Generating AO map...", "Precalculations complete.",
                                                      "0% finished.", "41% finished.", "83% finished.",
                                                      "Ambient occlusion map complete."}));
-    const std::vector<float> red = ReadChannel(*f.processor.GetImage(Depth), Channel::Red, 120, 9);
+    const std::vector<float> red = ReadChannel(*f.processor.GetImage(ImageType::Depth), Channel::Red, 120, 9);
     const auto expect = [&](const std::vector<std::uint8_t>* alpha) {
         const ReferenceAOResult expected =
             ReferenceAmbientOcclusion(ReferenceAOHeights(red, alpha), 120, 9, 0.02f, 3, 1, 0.25f);
         return std::unique_ptr<Image>(MakeGreyImage(expected.values.data(), 120, 9));
     };
     const std::vector<std::uint8_t> alpha =
-        ReadChannelBytes(*f.processor.GetImage(Diffuse), Channel::Alpha, 120, 9);
-    EXPECT_TRUE(SameBytes(*f.processor.GetImage(AO), *expect(&alpha)));
+        ReadChannelBytes(*f.processor.GetImage(ImageType::Diffuse), Channel::Alpha, 120, 9);
+    EXPECT_TRUE(SameBytes(*f.processor.GetImage(ImageType::AO), *expect(&alpha)));
 
     // A diffuse map of another size masks nothing.
-    f.processor.SetImage(new Image(119, 9), Diffuse);
+    f.processor.SetImage(new Image(119, 9), ImageType::Diffuse);
     f.processor.GenerateAOFromDepth(0.02f, 3, 1, 0.25f);
-    EXPECT_TRUE(SameBytes(*f.processor.GetImage(AO), *expect(nullptr)));
+    EXPECT_TRUE(SameBytes(*f.processor.GetImage(ImageType::AO), *expect(nullptr)));
 }

@@ -16,13 +16,13 @@ struct Fixture : ProcessorFixture
 {
     const Image& Generate(const Image& flow, int expansions, int format)
     {
-        processor.SetImage(new Image(flow), Flow);
+        processor.SetImage(new Image(flow), ImageType::Flow);
         processor.GenerateAnisotropyMap(expansions, format);
-        return *processor.GetImage(Aniso);
+        return *processor.GetImage(ImageType::Aniso);
     }
     Vector2D At(int x, int y)
     {
-        return processor.GetAnisotropyArray()[y * processor.GetImage(Flow)->GetWidth() + x];
+        return processor.GetAnisotropyArray()[y * processor.GetImage(ImageType::Flow)->GetWidth() + x];
     }
 };
 
@@ -102,7 +102,7 @@ TEST(Anisotropy, ReportsAMissingFlowMapAndLogsEachStep)
     f.processor.GenerateAnisotropyMap(2, 0);
     EXPECT_EQ(f.messages,
               (Messages{{"To generate an anisotropy map, you need to load a flow map.", "No flow map"}}));
-    EXPECT_FALSE(f.processor.IsLoaded(Aniso));
+    EXPECT_FALSE(f.processor.IsLoaded(ImageType::Aniso));
     EXPECT_TRUE(f.log.lines.empty());
 
     f.Generate(*MakeGrey(5, 5, [](int x, int) { return x / 5.0f; }), 2, 0);
@@ -111,7 +111,7 @@ TEST(Anisotropy, ReportsAMissingFlowMapAndLogsEachStep)
                   "Beginning generation of anisotropy map...", "Initial flow analysis complete.",
                   "Anisotropy reduction complete. Expanding values...", "Expansion 1 of 2 completed.",
                   "Expansion 2 of 2 completed.", "Anisotropy map completed."}));
-    EXPECT_TRUE(f.processor.IsLoaded(Aniso));
+    EXPECT_TRUE(f.processor.IsLoaded(ImageType::Aniso));
 }
 
 TEST(AnisotropyFast, MatchesTheReferenceByteForByte)

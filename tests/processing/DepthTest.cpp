@@ -57,12 +57,12 @@ struct Fixture : ProcessorFixture
     // A working resolution of w x h with every array allocated.
     void Allocate(int w, int h)
     {
-        processor.SetImage(new Image(w, h), Normal);
+        processor.SetImage(new Image(w, h), ImageType::Normal);
         processor.InitialiseArrays();
     }
     void LoadBall(int size, float radius)
     {
-        Set(Normal, BallNormalMap(size, radius));
+        Set(ImageType::Normal, BallNormalMap(size, radius));
         processor.PopulateNormalArrayFromMap(false);
     }
     std::vector<float> DepthLevel(int level)
@@ -173,7 +173,7 @@ TEST(Depth, ABallIntegratesToADomeMatchingThePlainChain)
     Fixture f;
     f.LoadBall(kSize, 24.0f);
     // Transparent outside a 30-pixel circle: those pixels are black and take no part in the range.
-    f.Set(Diffuse, MakeImage(kSize, kSize, [](int x, int y) {
+    f.Set(ImageType::Diffuse, MakeImage(kSize, kSize, [](int x, int y) {
               return Colour(1.0f, 1.0f, 1.0f, std::hypot(x - 31.5f, y - 31.5f) < 30.0f ? 1.0f : 0.0f);
           }));
     f.log.lines.clear();
@@ -189,11 +189,11 @@ TEST(Depth, ABallIntegratesToADomeMatchingThePlainChain)
     for (int l = 0; l < f.processor.GetMipCount(); ++l)
         levels.push_back(f.NormalLevel(l));
     const std::vector<std::uint8_t> alpha =
-        ReadChannelBytes(*f.processor.GetImage(Diffuse), Channel::Alpha, kSize, kSize);
+        ReadChannelBytes(*f.processor.GetImage(ImageType::Diffuse), Channel::Alpha, kSize, kSize);
     const ReferenceDepthMap expected = ReferenceNormaliseDepth(
         ReferenceDepthFromNormals(levels, kSize, kSize, 50, 0.5f), kSize, kSize, &alpha);
-    const Image* depth = f.processor.GetImage(Depth);
-    ASSERT_TRUE(f.processor.IsLoaded(Depth));
+    const Image* depth = f.processor.GetImage(ImageType::Depth);
+    ASSERT_TRUE(f.processor.IsLoaded(ImageType::Depth));
     EXPECT_TRUE(
         SameBytes(*depth, *std::unique_ptr<Image>(MakeGreyImage(expected.values.data(), kSize, kSize))));
     EXPECT_EQ(f.processor.GetDepthMin(), expected.minimum);
@@ -210,11 +210,11 @@ TEST(Depth, ABallIntegratesToADomeMatchingThePlainChain)
     EXPECT_EQ(depth->GetPixel(1, 1).GetAsString(), "(0, 0, 0, 255)");
 
     // Normals with depth in alpha.
-    ASSERT_TRUE(f.processor.IsLoaded(NormalDepth));
+    ASSERT_TRUE(f.processor.IsLoaded(ImageType::NormalDepth));
     for (const auto& [x, y] : {std::pair{32, 32}, {20, 40}, {0, 0}, {63, 10}})
     {
-        const Colour n = f.processor.GetImage(Normal)->GetPixel(x, y);
-        EXPECT_EQ(f.processor.GetImage(NormalDepth)->GetPixel(x, y).GetAsString(),
+        const Colour n = f.processor.GetImage(ImageType::Normal)->GetPixel(x, y);
+        EXPECT_EQ(f.processor.GetImage(ImageType::NormalDepth)->GetPixel(x, y).GetAsString(),
                   Colour(n.r, n.g, n.b, red(x, y)).GetAsString());
     }
 
@@ -223,7 +223,7 @@ TEST(Depth, ABallIntegratesToADomeMatchingThePlainChain)
     EXPECT_EQ(f.processor.GetDepthRange(), 0.0f);
     for (int y = 0; y < kSize; ++y)
         for (int x = 0; x < kSize; ++x)
-            ASSERT_EQ(f.processor.GetImage(Depth)->GetPixel(x, y).GetAsString(), "(0, 0, 0, 255)");
+            ASSERT_EQ(f.processor.GetImage(ImageType::Depth)->GetPixel(x, y).GetAsString(), "(0, 0, 0, 255)");
 }
 
 TEST(Depth, InflationReplacesTheFinerLevelBlockByBlock)
@@ -251,9 +251,10 @@ TEST(Depth, LoadedMapsAreReadBackAndSampled)
               (Messages{{"To generate a depth map, you must have generated or loaded a normal map.",
                          "No normal map"}}));
     EXPECT_TRUE(f.log.lines.empty());
-    EXPECT_EQ(f.processor.GetImage(Depth), nullptr);
+    EXPECT_EQ(f.processor.GetImage(ImageType::Depth), nullptr);
 
-    f.Set(Depth, MakeGrey(5, 4, [](int x, int y) { return Image::ByteToChannel(std::uint8_t(x + 5 * y)); }));
+    f.Set(ImageType::Depth,
+          MakeGrey(5, 4, [](int x, int y) { return Image::ByteToChannel(std::uint8_t(x + 5 * y)); }));
     EXPECT_EQ(f.processor.GetDepthAt(0.5f, 0.5f), 0.0f); // no arrays yet
     f.processor.PopulateDepthArrayFromMap();
     ASSERT_NE(f.processor.GetDepthArray(0), nullptr);
@@ -278,18 +279,18 @@ TEST(Depth, TheWrittenRangeIgnoresTransparentPixelsButStartsFromTheFirst)
                                       1.5f, 1.5f, 3.0f, 1.5f,   1.5f, 1.5f};
     std::copy(depth.begin(), depth.end(), f.processor.GetDepthArray(0));
     // Pixels 0 and 3 transparent.
-    f.Set(Diffuse,
+    f.Set(ImageType::Diffuse,
           MakeImage(4, 3, [](int x, int y) { return Colour(1, 1, 1, y == 0 && x % 3 == 0 ? 0.0f : 0.5f); }));
     f.processor.PopulateDepthMapFromArray();
     EXPECT_EQ(f.processor.GetDepthMin(), 1.0f);
     EXPECT_EQ(f.processor.GetDepthMax(), 5.0f); // seeded by the transparent first pixel, not 100
-    const Image* map = f.processor.GetImage(Depth);
+    const Image* map = f.processor.GetImage(ImageType::Depth);
     for (const int x : {0, 1, 3})
         EXPECT_EQ(map->GetPixel(x, 0).GetAsString(), "(0, 0, 0, 255)") << x;
     EXPECT_EQ(map->GetPixel(0, 2).GetAsString(), "(127, 127, 127, 255)");
 
     // A diffuse map of another size masks nothing.
-    f.processor.SetImage(new Image(3, 3), Diffuse);
+    f.processor.SetImage(new Image(3, 3), ImageType::Diffuse);
     f.processor.PopulateDepthMapFromArray();
     EXPECT_EQ(f.processor.GetDepthMax(), 100.0f);
 }

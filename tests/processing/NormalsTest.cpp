@@ -28,14 +28,14 @@ struct Fixture : ProcessorFixture
 {
     void LoadSphereProfiles()
     {
-        Set(Left, LitSphere({-1, 0, 0}));
-        Set(Right, LitSphere({1, 0, 0}));
-        Set(Top, LitSphere({0, 1, 0}));
-        Set(Bottom, LitSphere({0, -1, 0}));
+        Set(ImageType::Left, LitSphere({-1, 0, 0}));
+        Set(ImageType::Right, LitSphere({1, 0, 0}));
+        Set(ImageType::Top, LitSphere({0, 1, 0}));
+        Set(ImageType::Bottom, LitSphere({0, -1, 0}));
     }
     void LoadFlatProfiles()
     {
-        for (const ImageType type : {Left, Right, Top, Bottom})
+        for (const ImageType type : {ImageType::Left, ImageType::Right, ImageType::Top, ImageType::Bottom})
             Set(type, MakeFlat(8, 8, 0.5f));
     }
     Vector3D NormalAt(int x, int y) { return processor.GetNormalArray(0)[y * processor.GetWidth() + x]; }
@@ -56,8 +56,8 @@ TEST(Normals, ALitSphereGivesNormalsPointingOutOfIt)
         EXPECT_NEAR(f.processor.GetNormalArray(0)[i].GetMagnitude(), 1.0f, 1e-5f);
 
     // The map encodes them as colours; the right edge is reddish, the top greenish.
-    const Image* map = f.processor.GetImage(Normal);
-    ASSERT_TRUE(f.processor.IsLoaded(Normal) && f.processor.IsLoaded(NormalOpacity));
+    const Image* map = f.processor.GetImage(ImageType::Normal);
+    ASSERT_TRUE(f.processor.IsLoaded(ImageType::Normal) && f.processor.IsLoaded(ImageType::NormalOpacity));
     EXPECT_GT(map->GetPixel(27, 16).r, 0.8f);
     EXPECT_GT(map->GetPixel(16, 5).g, 0.8f);
     EXPECT_EQ(map->GetPixel(16, 16).GetAsString(), "(127, 127, 255, 255)");
@@ -71,7 +71,7 @@ TEST(Normals, ALitSphereGivesNormalsPointingOutOfIt)
     Fixture turned;
     turned.LoadSphereProfiles();
     turned.processor.GenerateNormals(1.0f, 0.0f, 30.0f, false, true);
-    EXPECT_LT(turned.processor.GetImage(Normal)->GetPixel(16, 5).g, 0.2f);
+    EXPECT_LT(turned.processor.GetImage(ImageType::Normal)->GetPixel(16, 5).g, 0.2f);
     EXPECT_NEAR(turned.NormalAt(16, 16).x, 0.5f, 0.01f);
     EXPECT_NEAR(turned.NormalAt(16, 16).z, 0.866f, 0.01f);
 }
@@ -92,7 +92,7 @@ TEST(Normals, FlatAndFrontProfiles)
     // A Front profile sets z directly and autofix does nothing.
     Fixture front;
     front.LoadSphereProfiles();
-    front.Set(Front, LitSphere({0, 0, 1}));
+    front.Set(ImageType::Front, LitSphere({0, 0, 1}));
     front.processor.GenerateNormals(1.0f, 0.0f, 0.0f, true, false);
     const std::vector<Vector3D> withFix(front.processor.GetNormalArray(0),
                                         front.processor.GetNormalArray(0) + kSize * kSize);
@@ -112,11 +112,13 @@ TEST(Normals, FastKernelsMatchThePlainLoopsBitForBit)
             const ThreadCount scope(threads);
             // Each pass leaves a profile out, which then mirrors its partner.
             Fixture f;
-            for (const ImageType type : autofix ? std::vector{Right, Bottom} : std::vector{Left, Top, Bottom})
+            for (const ImageType type : autofix
+                                            ? std::vector{ImageType::Right, ImageType::Bottom}
+                                            : std::vector{ImageType::Left, ImageType::Top, ImageType::Bottom})
                 f.Set(type, noise());
             // Transparent pixels face the viewer; half-transparent ones count as solid but carry their alpha.
             f.Set(
-                Diffuse, MakeImage(20, 12, [](int x, int y) {
+                ImageType::Diffuse, MakeImage(20, 12, [](int x, int y) {
                     return Colour(0.5f, 0.5f, 0.5f, (x * y) % 5 == 0 ? 0.0f : (x + y) % 3 == 0 ? 0.5f : 1.0f);
                 }));
             f.processor.GenerateNormals(1.3f, 40.0f, 12.0f, autofix, false);
@@ -124,14 +126,20 @@ TEST(Normals, FastKernelsMatchThePlainLoopsBitForBit)
             const auto loaded = [&](ImageType type) {
                 return f.processor.IsLoaded(type) ? f.processor.GetImage(type) : nullptr;
             };
-            const ReferenceNormalInputs in{loaded(Left), loaded(Right),   loaded(Top), loaded(Bottom),
-                                           nullptr,      loaded(Diffuse), 20,          12};
+            const ReferenceNormalInputs in{loaded(ImageType::Left),
+                                           loaded(ImageType::Right),
+                                           loaded(ImageType::Top),
+                                           loaded(ImageType::Bottom),
+                                           nullptr,
+                                           loaded(ImageType::Diffuse),
+                                           20,
+                                           12};
             const std::vector<Vector3D> expected = ReferenceGenerateNormals(in, 1.3f, 40.0f, 12.0f, autofix);
             for (int i = 0; i < 20 * 12; ++i)
                 ASSERT_EQ(expected[i], f.processor.GetNormalArray(0)[i]) << i << " threads " << threads;
             const ReferenceNormalMaps maps = ReferenceEncodeNormals(expected, 20, 12, false, in.diffuse);
-            EXPECT_TRUE(SameBytes(*maps.normal, *f.processor.GetImage(Normal)));
-            EXPECT_TRUE(SameBytes(*maps.normalOpacity, *f.processor.GetImage(NormalOpacity)));
+            EXPECT_TRUE(SameBytes(*maps.normal, *f.processor.GetImage(ImageType::Normal)));
+            EXPECT_TRUE(SameBytes(*maps.normalOpacity, *f.processor.GetImage(ImageType::NormalOpacity)));
         }
 
     // The pyramid, from unnormalised level-0 normals lying almost flat.
@@ -140,7 +148,7 @@ TEST(Normals, FastKernelsMatchThePlainLoopsBitForBit)
     {
         const ThreadCount scope(threads);
         Fixture f;
-        f.processor.SetImage(new Image(24, 16), Normal);
+        f.processor.SetImage(new Image(24, 16), ImageType::Normal);
         f.processor.InitialiseArrays();
         ASSERT_EQ(f.processor.GetMipCount(), 4);
         std::vector<Vector3D> level0(24 * 16);

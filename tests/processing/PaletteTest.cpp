@@ -35,14 +35,14 @@ TEST(Palette, ThreeColoursGiveAFourWidePaletteAndCentredCodes)
     const Colour dark = FromBytes(25, 25, 76);
     const Colour light = FromBytes(229, 204, 25);
     // Below them partly and fully transparent copies: the palette ignores alpha.
-    f.Set(Diffuse, MakeImage(3, 2, [&](int x, int y) {
+    f.Set(ImageType::Diffuse, MakeImage(3, 2, [&](int x, int y) {
               const Colour row0[] = {mid, dark, light};
               const Colour row1[] = {FromBytes(229, 204, 25, 0.5f), FromBytes(25, 25, 76, 0.0f), mid};
               return y == 0 ? row0[x] : row1[x];
           }));
     ASSERT_TRUE(f.processor.CreatePaletteFromDiffuseMap(4, false));
     EXPECT_TRUE(f.log.Contains("Found 3 unique colours in diffuse map."));
-    const Image* palette = f.processor.GetImage(Palette);
+    const Image* palette = f.processor.GetImage(ImageType::Palette);
     ASSERT_EQ(palette->GetHeight(), 4);
     EXPECT_FALSE(palette->GetVerticalWrap());
     // Darkest first, then opaque black filler.
@@ -51,38 +51,39 @@ TEST(Palette, ThreeColoursGiveAFourWidePaletteAndCentredCodes)
                   "(25, 25, 76, 255)(127, 51, 51, 255)(229, 204, 25, 255)(0, 0, 0, 255)");
 
     f.processor.GeneratePaletteIndex();
-    ASSERT_TRUE(f.processor.IsLoaded(Index));
-    EXPECT_EQ(RowText(*f.processor.GetImage(Index), 0),
+    ASSERT_TRUE(f.processor.IsLoaded(ImageType::Index));
+    EXPECT_EQ(RowText(*f.processor.GetImage(ImageType::Index), 0),
               "(95, 95, 95, 255)(31, 31, 31, 255)(159, 159, 159, 255)");
     // Half transparent pixels match no opaque palette colour.
-    EXPECT_EQ(RowText(*f.processor.GetImage(Index), 1), "(0, 0, 0, 255)(0, 0, 0, 255)(95, 95, 95, 255)");
+    EXPECT_EQ(RowText(*f.processor.GetImage(ImageType::Index), 1),
+              "(0, 0, 0, 255)(0, 0, 0, 255)(95, 95, 95, 255)");
     EXPECT_TRUE(f.messages.empty());
 }
 
 TEST(Palette, AtMost256ColoursAreAccepted)
 {
     ProcessorFixture f;
-    f.Set(Diffuse, MakeImage(16, 16, [](int x, int y) { return Distinct(y * 16 + x); }));
+    f.Set(ImageType::Diffuse, MakeImage(16, 16, [](int x, int y) { return Distinct(y * 16 + x); }));
     ASSERT_TRUE(f.processor.CreatePaletteFromDiffuseMap(2, false));
-    const Image* accepted = f.processor.GetImage(Palette);
+    const Image* accepted = f.processor.GetImage(ImageType::Palette);
     EXPECT_EQ(accepted->GetWidth(), 256);
 
     // One more colour is refused, and the palette already made stays.
-    f.Set(Diffuse, MakeImage(257, 1, [](int x, int) { return Distinct(x); }));
+    f.Set(ImageType::Diffuse, MakeImage(257, 1, [](int x, int) { return Distinct(x); }));
     EXPECT_FALSE(f.processor.CreatePaletteFromDiffuseMap(2, false));
     EXPECT_EQ(f.messages,
               (Messages{{"Found 257 unique colours in this image. Max is 256.", "Too many colours"}}));
     EXPECT_TRUE(f.log.Contains("Found 257 unique colours in diffuse map."));
     EXPECT_FALSE(f.log.Contains("No palette generated - max palette colour count is 256."));
-    EXPECT_EQ(f.processor.GetImage(Palette), accepted);
+    EXPECT_EQ(f.processor.GetImage(ImageType::Palette), accepted);
 
     // With nobody to show a message to, the refusal goes to the log.
     ProcessorFixture batch;
     batch.processor.SetMessageCallback(nullptr);
-    batch.Set(Diffuse, MakeImage(257, 1, [](int x, int) { return Distinct(x); }));
+    batch.Set(ImageType::Diffuse, MakeImage(257, 1, [](int x, int) { return Distinct(x); }));
     EXPECT_FALSE(batch.processor.CreatePaletteFromDiffuseMap(2, false));
     EXPECT_TRUE(batch.log.Contains("No palette generated - max palette colour count is 256."));
-    EXPECT_FALSE(batch.processor.IsLoaded(Palette));
+    EXPECT_FALSE(batch.processor.IsLoaded(ImageType::Palette));
 }
 
 TEST(Palette, SampleLightingFadesFromWhiteThroughTheColourToBlack)
@@ -90,9 +91,9 @@ TEST(Palette, SampleLightingFadesFromWhiteThroughTheColourToBlack)
     const Colour c = FromBytes(102, 51, 153);
     const auto paletteOf = [&](int height) {
         ProcessorFixture f;
-        f.Set(Diffuse, MakeImage(2, 2, [&](int, int) { return c; }));
+        f.Set(ImageType::Diffuse, MakeImage(2, 2, [&](int, int) { return c; }));
         EXPECT_TRUE(f.processor.CreatePaletteFromDiffuseMap(height, true));
-        return Image(*f.processor.GetImage(Palette));
+        return Image(*f.processor.GetImage(ImageType::Palette));
     };
     const Image tall = paletteOf(8);
     ASSERT_EQ(tall.GetWidth(), 1);
@@ -120,15 +121,16 @@ TEST(Palette, CloseColoursMergeOnlyWithTheSameHashAndTheFirstMetWins)
 
     // Column by column, b (below grey) is met before a (right of grey).
     ProcessorFixture f;
-    f.Set(Diffuse,
+    f.Set(ImageType::Diffuse,
           MakeImage(2, 2, [&](int x, int y) { return x == 0 ? (y == 0 ? grey : b) : (y == 0 ? a : grey); }));
     ASSERT_TRUE(f.processor.CreatePaletteFromDiffuseMap(1, false));
-    EXPECT_EQ(RowText(*f.processor.GetImage(Palette), 0), "(100, 100, 100, 255)(102, 100, 100, 255)");
+    EXPECT_EQ(RowText(*f.processor.GetImage(ImageType::Palette), 0),
+              "(100, 100, 100, 255)(102, 100, 100, 255)");
 
     // The index search ignores hashes and takes the first equal column: a and even b land on grey's.
     f.processor.GeneratePaletteIndex();
-    EXPECT_EQ(Pixel(*f.processor.GetImage(Index), 1, 0), "(63, 63, 63, 255)");
-    EXPECT_EQ(Pixel(*f.processor.GetImage(Index), 0, 1), "(63, 63, 63, 255)");
+    EXPECT_EQ(Pixel(*f.processor.GetImage(ImageType::Index), 1, 0), "(63, 63, 63, 255)");
+    EXPECT_EQ(Pixel(*f.processor.GetImage(ImageType::Index), 0, 1), "(63, 63, 63, 255)");
 }
 
 TEST(Palette, IndexReadsTheRowAboveTheMiddleOfAnyPalette)
@@ -141,16 +143,19 @@ TEST(Palette, IndexReadsTheRowAboveTheMiddleOfAnyPalette)
         (Messages{{"To generate an index map, you have to have both a palette and a diffuse map loaded.",
                    "Missing palette or diffuse map"},
                   {"You need to load a diffuse map in order to generate a palette map.", "No diffuse map"}}));
-    EXPECT_FALSE(f.processor.IsLoaded(Index));
+    EXPECT_FALSE(f.processor.IsLoaded(ImageType::Index));
 
     // A hand-made palette five rows high: row 1 holds the plain colours, the others decoys.
     const Colour red = FromBytes(200, 0, 0);
     const Colour green = FromBytes(0, 200, 0);
     const Colour decoy = FromBytes(0, 0, 200);
-    f.Set(Palette, MakeImage(2, 5, [&](int x, int y) { return y == 1 ? (x == 0 ? red : green) : decoy; }));
-    f.Set(Diffuse, MakeImage(3, 1, [&](int x, int) { return x == 0 ? green : x == 1 ? red : decoy; }));
+    f.Set(ImageType::Palette,
+          MakeImage(2, 5, [&](int x, int y) { return y == 1 ? (x == 0 ? red : green) : decoy; }));
+    f.Set(ImageType::Diffuse, MakeImage(3, 1, [&](int x, int) {
+              return x == 0 ? green : x == 1 ? red : decoy;
+          }));
     f.processor.GeneratePaletteIndex();
-    EXPECT_EQ(RowText(*f.processor.GetImage(Index), 0),
+    EXPECT_EQ(RowText(*f.processor.GetImage(ImageType::Index), 0),
               "(191, 191, 191, 255)(63, 63, 63, 255)(0, 0, 0, 255)");
 
     // One row high: the row above the middle is row -1, which lands on row 0.
@@ -158,9 +163,9 @@ TEST(Palette, IndexReadsTheRowAboveTheMiddleOfAnyPalette)
     {
         auto flat = MakeImage(2, 1, [&](int x, int) { return x == 0 ? red : green; });
         flat->wrapY = wrap;
-        f.Set(Palette, std::move(flat));
+        f.Set(ImageType::Palette, std::move(flat));
         f.processor.GeneratePaletteIndex();
-        EXPECT_EQ(RowText(*f.processor.GetImage(Index), 0),
+        EXPECT_EQ(RowText(*f.processor.GetImage(ImageType::Index), 0),
                   "(191, 191, 191, 255)(63, 63, 63, 255)(0, 0, 0, 255)");
     }
 }
@@ -195,15 +200,16 @@ TEST(PaletteFast, MatchesTheReferenceByteForByte)
             auto diffuse = nearBases(w, h);
             int referenceCount = 0;
             const auto expected = ReferenceCreatePalette(*diffuse, height, sample, &referenceCount);
-            f.processor.SetImage(new Image(*diffuse), Diffuse);
+            f.processor.SetImage(new Image(*diffuse), ImageType::Diffuse);
             ASSERT_EQ(f.processor.CreatePaletteFromDiffuseMap(height, sample), expected != nullptr);
             EXPECT_TRUE(f.log.Contains(foundLine(referenceCount)));
             if (!expected)
                 continue;
-            EXPECT_TRUE(SameBytes(*f.processor.GetImage(Palette), *expected))
+            EXPECT_TRUE(SameBytes(*f.processor.GetImage(ImageType::Palette), *expected))
                 << w << "x" << h << " " << threads;
             f.processor.GeneratePaletteIndex();
-            EXPECT_TRUE(SameBytes(*f.processor.GetImage(Index), *ReferencePaletteIndex(*diffuse, *expected)));
+            EXPECT_TRUE(SameBytes(*f.processor.GetImage(ImageType::Index),
+                                  *ReferencePaletteIndex(*diffuse, *expected)));
         }
 
         // Noise has thousands of colours, many within the tolerance of each other: the count must agree.
@@ -212,7 +218,7 @@ TEST(PaletteFast, MatchesTheReferenceByteForByte)
             96, 80, [&](int, int) { return FromBytes(byte(random), byte(random), byte(random) / 8); });
         int referenceCount = 0;
         EXPECT_EQ(ReferenceCreatePalette(*noise, 4, false, &referenceCount), nullptr);
-        noisy.Set(Diffuse, std::move(noise));
+        noisy.Set(ImageType::Diffuse, std::move(noise));
         EXPECT_FALSE(noisy.processor.CreatePaletteFromDiffuseMap(4, false));
         EXPECT_TRUE(noisy.log.Contains(foundLine(referenceCount)));
 
@@ -225,10 +231,10 @@ TEST(PaletteFast, MatchesTheReferenceByteForByte)
             return widePalette->GetPixel(byte(random) % 300, 0);
         });
         ProcessorFixture loaded;
-        loaded.processor.SetImage(new Image(*widePalette), Palette);
-        loaded.processor.SetImage(new Image(*diffuse), Diffuse);
+        loaded.processor.SetImage(new Image(*widePalette), ImageType::Palette);
+        loaded.processor.SetImage(new Image(*diffuse), ImageType::Diffuse);
         loaded.processor.GeneratePaletteIndex();
-        EXPECT_TRUE(
-            SameBytes(*loaded.processor.GetImage(Index), *ReferencePaletteIndex(*diffuse, *widePalette)));
+        EXPECT_TRUE(SameBytes(*loaded.processor.GetImage(ImageType::Index),
+                              *ReferencePaletteIndex(*diffuse, *widePalette)));
     }
 }

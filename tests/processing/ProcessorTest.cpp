@@ -28,15 +28,16 @@ TEST(ImageProcessor, MissingMembersBecomeUncountedPlaceholders)
     for (int type = 0; type < kImageTypeCount; ++type)
         f.processor.LoadImageByName(ImageType(type), set.GetFilenameOfType(ImageType(type), suffixes), false);
     EXPECT_TRUE(f.messages.empty());
-    EXPECT_TRUE(f.processor.IsLoaded(Left) && f.processor.IsLoaded(Top));
-    EXPECT_FALSE(f.processor.IsLoaded(Right)); // unreadable
-    EXPECT_FALSE(f.processor.IsLoaded(Normal));
-    for (const ImageType type : {Right, Diffuse, Normal, Depth, Palette})
+    EXPECT_TRUE(f.processor.IsLoaded(ImageType::Left) && f.processor.IsLoaded(ImageType::Top));
+    EXPECT_FALSE(f.processor.IsLoaded(ImageType::Right)); // unreadable
+    EXPECT_FALSE(f.processor.IsLoaded(ImageType::Normal));
+    for (const ImageType type :
+         {ImageType::Right, ImageType::Diffuse, ImageType::Normal, ImageType::Depth, ImageType::Palette})
         ASSERT_TRUE(f.processor.GetImage(type)->HasPlanes()) << type;
-    EXPECT_EQ(f.processor.GetImage(Diffuse)->GetPixel(0, 0).GetAsString(), "(255, 255, 255, 255)");
-    EXPECT_EQ(f.processor.GetImage(Normal)->GetPixel(0, 0).GetAsString(), "(128, 128, 255, 255)");
-    EXPECT_EQ(f.processor.GetImage(Right)->GetPixel(0, 0).GetAsString(), "(0, 0, 0, 255)");
-    EXPECT_FALSE(f.processor.GetImage(Palette)->GetVerticalWrap());
+    EXPECT_EQ(f.processor.GetImage(ImageType::Diffuse)->GetPixel(0, 0).GetAsString(), "(255, 255, 255, 255)");
+    EXPECT_EQ(f.processor.GetImage(ImageType::Normal)->GetPixel(0, 0).GetAsString(), "(128, 128, 255, 255)");
+    EXPECT_EQ(f.processor.GetImage(ImageType::Right)->GetPixel(0, 0).GetAsString(), "(0, 0, 0, 255)");
+    EXPECT_FALSE(f.processor.GetImage(ImageType::Palette)->GetVerticalWrap());
     EXPECT_TRUE(f.processor.SufficientLightingProfiles() && f.processor.DoLightingProfilesMatch());
     EXPECT_EQ(f.processor.GetWidth(), 6);
     EXPECT_EQ(f.processor.GetHeight(), 4);
@@ -44,33 +45,33 @@ TEST(ImageProcessor, MissingMembersBecomeUncountedPlaceholders)
     EXPECT_FALSE(f.processor.IsMemoryInitialised());
 
     // Replacing a generated map by its placeholder clears its flag again.
-    f.processor.SetImage(new Image(6, 4), AO);
-    EXPECT_TRUE(f.processor.IsLoaded(AO));
-    f.processor.LoadDefaultImage(AO);
-    EXPECT_FALSE(f.processor.IsLoaded(AO));
+    f.processor.SetImage(new Image(6, 4), ImageType::AO);
+    EXPECT_TRUE(f.processor.IsLoaded(ImageType::AO));
+    f.processor.LoadDefaultImage(ImageType::AO);
+    EXPECT_FALSE(f.processor.IsLoaded(ImageType::AO));
 }
 
 TEST(ImageProcessor, ProfilesSizesAndMipCounts)
 {
     ProcessorFixture f;
-    f.Set(Right, MakeFlat(8, 8, 0.5f));
+    f.Set(ImageType::Right, MakeFlat(8, 8, 0.5f));
     EXPECT_FALSE(f.processor.SufficientLightingProfiles());
-    f.Set(Bottom, MakeFlat(8, 8, 0.5f));
+    f.Set(ImageType::Bottom, MakeFlat(8, 8, 0.5f));
     EXPECT_TRUE(f.processor.SufficientLightingProfiles() && f.processor.DoLightingProfilesMatch());
-    f.Set(Top, MakeFlat(8, 6, 0.5f));
+    f.Set(ImageType::Top, MakeFlat(8, 6, 0.5f));
     EXPECT_FALSE(f.processor.DoLightingProfilesMatch());
     ProcessorFixture noSides;
-    noSides.Set(Top, MakeFlat(8, 8, 0.5f));
+    noSides.Set(ImageType::Top, MakeFlat(8, 8, 0.5f));
     EXPECT_FALSE(noSides.processor.DoLightingProfilesMatch());
 
     // A diffuse map alone gives no working size.
     ProcessorFixture g;
-    g.processor.SetImage(new Image(10, 10), Diffuse);
+    g.processor.SetImage(new Image(10, 10), ImageType::Diffuse);
     g.processor.InitialiseArrays();
     EXPECT_EQ(g.processor.GetWidth(), 0);
     EXPECT_EQ(g.processor.GetMipCount(), 0);
     const auto mips = [&](int w, int h) {
-        g.processor.SetImage(new Image(w, h), AO);
+        g.processor.SetImage(new Image(w, h), ImageType::AO);
         g.processor.InitialiseArrays();
         return g.processor.GetMipCount();
     };
@@ -84,11 +85,11 @@ TEST(ImageProcessor, ProfilesSizesAndMipCounts)
     EXPECT_EQ(g.processor.GetNormalArray(2), nullptr);
 
     // Normal outranks the profiles, which outrank depth and AO.
-    g.processor.SetImage(new Image(12, 8), Depth);
-    g.processor.SetImage(new Image(20, 10), Right);
+    g.processor.SetImage(new Image(12, 8), ImageType::Depth);
+    g.processor.SetImage(new Image(20, 10), ImageType::Right);
     g.processor.ComputeBestDimensions();
     EXPECT_EQ(g.processor.GetWidth(), 20);
-    g.processor.SetImage(new Image(4, 2), Normal);
+    g.processor.SetImage(new Image(4, 2), ImageType::Normal);
     g.processor.ComputeBestDimensions();
     EXPECT_EQ(g.processor.GetWidth(), 4);
 }
@@ -101,8 +102,8 @@ TEST(ImageProcessor, LoadedNormalMapsFillTheNormalPyramid)
                     [](int x, int) { return Colour(x < 2 ? 1.0f : 0.5f, x < 2 ? 0.5f : 1.0f, 0.5f, 1.0f); }),
          folder.File("S_Normal.png"));
     ProcessorFixture f;
-    f.processor.LoadImageByName(Normal, folder.File("S_Normal.png"), false);
-    ASSERT_TRUE(f.processor.IsLoaded(Normal));
+    f.processor.LoadImageByName(ImageType::Normal, folder.File("S_Normal.png"), false);
+    ASSERT_TRUE(f.processor.IsLoaded(ImageType::Normal));
     ASSERT_EQ(f.processor.GetMipCount(), 3);
     EXPECT_FLOAT_EQ(f.processor.GetNormalArray(0)[0].x, 1.0f);
     EXPECT_NEAR(f.processor.GetNormalArray(0)[0].y, 0.0f, 0.01f);
@@ -111,15 +112,15 @@ TEST(ImageProcessor, LoadedNormalMapsFillTheNormalPyramid)
     EXPECT_TRUE(f.log.Contains("New mip levels generated: 2"));
 
     ProcessorFixture flipped;
-    flipped.processor.LoadImageByName(Normal, folder.File("S_Normal.png"), true);
+    flipped.processor.LoadImageByName(ImageType::Normal, folder.File("S_Normal.png"), true);
     EXPECT_FLOAT_EQ(flipped.processor.GetNormalArray(0)[3].y, -1.0f);
 
     // Without its placeholder folder the processor says so.
     Messages messages;
     ImageProcessor lost([&](std::string text, std::string title) { messages.emplace_back(text, title); },
                         "/no/such/resources/", nullptr);
-    lost.LoadImageByName(Diffuse, "/no/such/file_Diffuse.png", false);
+    lost.LoadImageByName(ImageType::Diffuse, "/no/such/file_Diffuse.png", false);
     EXPECT_EQ(messages, (Messages{{"Error! Couldn't find one of the default (blank) textures.",
                                    "Default map not found!"}}));
-    EXPECT_FALSE(lost.IsLoaded(Diffuse));
+    EXPECT_FALSE(lost.IsLoaded(ImageType::Diffuse));
 }

@@ -65,7 +65,7 @@ TEST(BrondelCore, MultipleLoadsCollapseMembersAndShareTheLastValidExtension)
     ASSERT_TRUE(core.LoadMultipleImageSets({"d/W_Front.png"}));
     EXPECT_EQ(core.GetProcessorCount(), 1);
     EXPECT_EQ(core.GetCurrentIndex(), 0);
-    EXPECT_EQ(core.GetDefaultFilenameByType(NormalDepth), "d/W_NormalDepth.png");
+    EXPECT_EQ(core.GetDefaultFilenameByType(ImageType::NormalDepth), "d/W_NormalDepth.png");
 }
 
 TEST(BrondelCore, CurrentSetRulesForLoadingSelectingAndClearing)
@@ -73,7 +73,7 @@ TEST(BrondelCore, CurrentSetRulesForLoadingSelectingAndClearing)
     ObservedCore observed;
     BrondelCore& core = observed.core;
     // Construction leaves index 0 and no set; the first single load must land on set 0, not past it.
-    EXPECT_EQ(core.GetFilenameFromCurrentSet(Normal), "");
+    EXPECT_EQ(core.GetFilenameFromCurrentSet(ImageType::Normal), "");
     EXPECT_EQ(core.GetCustomFilename("_Preview", "gif"), "Image_Preview.gif");
     core.LoadImageSet("a/X_Left.png");
     core.LoadImageSet("a/Y_Left.png");
@@ -88,14 +88,14 @@ TEST(BrondelCore, CurrentSetRulesForLoadingSelectingAndClearing)
     EXPECT_EQ(core.GetCurrentIndex(), 1);
     EXPECT_EQ(observed.refreshes, refreshes);
     core.SelectImageSet(0);
-    EXPECT_EQ(core.GetFilenameFromCurrentSet(Normal), "a/X_Normal.png");
+    EXPECT_EQ(core.GetFilenameFromCurrentSet(ImageType::Normal), "a/X_Normal.png");
     EXPECT_EQ(observed.refreshes, refreshes + 1);
 
     core.ClearImageSets();
     EXPECT_EQ(core.GetCurrentIndex(), -1);
-    EXPECT_EQ(core.GetFilenameFromCurrentSet(Normal), "");
+    EXPECT_EQ(core.GetFilenameFromCurrentSet(ImageType::Normal), "");
     EXPECT_EQ(core.GetCustomFilename("_Preview", "gif"), "Image_Preview.gif");
-    EXPECT_EQ(core.SaveCurrentImageByType(Normal), BrondelCore::SaveOutcome::NothingToSave);
+    EXPECT_EQ(core.SaveCurrentImageByType(ImageType::Normal), BrondelCore::SaveOutcome::NothingToSave);
     core.AttemptNormalGeneration(); // no current processor: nothing happens, nothing breaks
     EXPECT_EQ(core.CheckNormalsTime(false), 0);
     EXPECT_EQ(core.GetProcessorCount(), 2) << "processors are kept for reuse";
@@ -114,7 +114,8 @@ TEST(BrondelCore, AllVariantsVisitEverySetAndRestoreTheCurrentOne)
     core.SelectImageSet(1);
     core.AttemptNormalGenerationAll();
     EXPECT_EQ(core.GetCurrentIndex(), 1);
-    EXPECT_TRUE(core.GetProcessor(0)->IsLoaded(Normal) && core.GetProcessor(1)->IsLoaded(Normal));
+    EXPECT_TRUE(core.GetProcessor(0)->IsLoaded(ImageType::Normal) &&
+                core.GetProcessor(1)->IsLoaded(ImageType::Normal));
 
     // Neither set has a diffuse map: the first failure stops the run before the second set.
     EXPECT_FALSE(core.AttemptPaletteGenerationAll());
@@ -123,11 +124,11 @@ TEST(BrondelCore, AllVariantsVisitEverySetAndRestoreTheCurrentOne)
 
     // Profiles of different sizes are refused with the resolution message, without generating.
     MakeFlat(4, 4, 0.5f)->SaveToDisk(folder.File("small.png"));
-    core.LoadImageOfType(folder.File("small.png"), Top);
+    core.LoadImageOfType(folder.File("small.png"), ImageType::Top);
     core.AttemptNormalGeneration();
     EXPECT_EQ(observed.captions.back(), "Resolution mismatch");
-    core.LoadDefaultImageOfType(Top);
-    core.LoadDefaultImageOfType(Bottom);
+    core.LoadDefaultImageOfType(ImageType::Top);
+    core.LoadDefaultImageOfType(ImageType::Bottom);
     core.AttemptNormalGeneration();
     EXPECT_EQ(observed.captions.back(), "Insufficient lighting profiles");
 }
@@ -170,35 +171,35 @@ TEST(BrondelCore, CompositeSavesFallBackToTheirParts)
     BrondelCore& core = observed.core;
     core.LoadImageSet(folder.File("X_Left.png"));
     core.AttemptNormalGeneration();
-    ASSERT_TRUE(core.HasNonDefaultImageOfType(Normal));
-    ASSERT_FALSE(core.HasNonDefaultImageOfType(Depth));
+    ASSERT_TRUE(core.HasNonDefaultImageOfType(ImageType::Normal));
+    ASSERT_FALSE(core.HasNonDefaultImageOfType(ImageType::Depth));
 
     // Normal map only: the default-name save of a composite writes the part under its own name.
-    EXPECT_EQ(core.SaveCurrentImageByType(NormalDepth), BrondelCore::SaveOutcome::Saved);
-    EXPECT_EQ(core.SaveCurrentImageByType(NormalOpacity), BrondelCore::SaveOutcome::Saved);
+    EXPECT_EQ(core.SaveCurrentImageByType(ImageType::NormalDepth), BrondelCore::SaveOutcome::Saved);
+    EXPECT_EQ(core.SaveCurrentImageByType(ImageType::NormalOpacity), BrondelCore::SaveOutcome::Saved);
     EXPECT_TRUE(FileExists(folder.File("X_Normal.png")));
     EXPECT_FALSE(FileExists(folder.File("X_NormalDepth.png")) ||
                  FileExists(folder.File("X_NormalOpacity.png")));
-    EXPECT_EQ(core.SaveCurrentImageByType(Depth), BrondelCore::SaveOutcome::NothingToSave);
+    EXPECT_EQ(core.SaveCurrentImageByType(ImageType::Depth), BrondelCore::SaveOutcome::NothingToSave);
 
     // Both parts but no composite built: the file still holds the normals with the depth as alpha.
-    core.LoadImageOfType(folder.File("depth.png"), Depth);
-    ASSERT_EQ(core.SaveCurrentImageByType(NormalDepth, folder.File("both.png")),
+    core.LoadImageOfType(folder.File("depth.png"), ImageType::Depth);
+    ASSERT_EQ(core.SaveCurrentImageByType(ImageType::NormalDepth, folder.File("both.png")),
               BrondelCore::SaveOutcome::Saved);
     const Image both(folder.File("both.png"));
-    EXPECT_EQ(both.GetPixel(3, 2).r, core.GetCurrentBitmapByType(Normal)->GetPixel(3, 2).r);
+    EXPECT_EQ(both.GetPixel(3, 2).r, core.GetCurrentBitmapByType(ImageType::Normal)->GetPixel(3, 2).r);
     EXPECT_FLOAT_EQ(both.GetPixel(0, 0).a, 0.0f);
     EXPECT_FLOAT_EQ(both.GetPixel(7, 0).a, 1.0f);
 
     // Depth only, one filename: the depth map is what ends up in it.
-    core.LoadDefaultImageOfType(Normal);
-    ASSERT_EQ(core.SaveCurrentImageByType(NormalDepth, folder.File("one.png")),
+    core.LoadDefaultImageOfType(ImageType::Normal);
+    ASSERT_EQ(core.SaveCurrentImageByType(ImageType::NormalDepth, folder.File("one.png")),
               BrondelCore::SaveOutcome::Saved);
-    EXPECT_TRUE(SameBytes(Image(folder.File("one.png")), *core.GetCurrentBitmapByType(Depth)));
+    EXPECT_TRUE(SameBytes(Image(folder.File("one.png")), *core.GetCurrentBitmapByType(ImageType::Depth)));
 
     // A failed write is logged and shown with its file name, and leaves no file.
     const std::string unwritable = folder.File("missing/d.png");
-    EXPECT_EQ(core.SaveCurrentImageByType(Depth, unwritable), BrondelCore::SaveOutcome::Failed);
+    EXPECT_EQ(core.SaveCurrentImageByType(ImageType::Depth, unwritable), BrondelCore::SaveOutcome::Failed);
     EXPECT_FALSE(FileExists(unwritable));
     ASSERT_FALSE(observed.texts.empty());
     EXPECT_NE(observed.texts.back().find(unwritable), std::string::npos);

@@ -34,22 +34,22 @@ TEST(StringHelpers, TokenisingKeepsInnerEmptiesButNotATrailingOne)
 TEST(ImageSet, NamesEveryMemberFromOneFilename)
 {
     const SuffixSet suffixes;
-    EXPECT_EQ(suffixes.GetSuffix(Top), "_Top");
-    EXPECT_EQ(suffixes.GetSuffix(NormalOpacity), "_NormalOpacity");
-    EXPECT_EQ(suffixes.GetSuffix(Index), "_Index");
+    EXPECT_EQ(suffixes.GetSuffix(ImageType::Top), "_Top");
+    EXPECT_EQ(suffixes.GetSuffix(ImageType::NormalOpacity), "_NormalOpacity");
+    EXPECT_EQ(suffixes.GetSuffix(ImageType::Index), "_Index");
 
     const ImageSet set("dir/Sprite_Front.jpg", suffixes, true);
     EXPECT_TRUE(set.isValid);
     EXPECT_EQ(set.baseName, "dir/Sprite");
     EXPECT_EQ(set.extension, ".jpg");
-    EXPECT_EQ(set.GetFilenameOfType(Normal, suffixes), "dir/Sprite_Normal.jpg");
+    EXPECT_EQ(set.GetFilenameOfType(ImageType::Normal, suffixes), "dir/Sprite_Normal.jpg");
 
     EXPECT_EQ(ImageSet("dir/Sprite_NormalDepth.png", suffixes, true).baseName, "dir/Sprite");
     EXPECT_EQ(ImageSet("dir/Sprite_Normal_Depth.png", suffixes, true).baseName, "dir/Sprite_Normal");
 
     const ImageSet bare("dir/Sprite_Left", suffixes, true);
     EXPECT_TRUE(bare.isValid);
-    EXPECT_EQ(bare.GetFilenameOfType(AO, suffixes), "dir/Sprite_AO");
+    EXPECT_EQ(bare.GetFilenameOfType(ImageType::AO, suffixes), "dir/Sprite_AO");
 
     // A bare name still gets the separator: callers pass full paths.
     EXPECT_EQ(ImageSet("Head_Left.png", suffixes, true).baseName, "/Head");
@@ -68,7 +68,7 @@ TEST(ImageSet, RefusesNamesWithoutAWholeSuffix)
     // Without case sensitivity the suffix matches, yet members keep the table's spelling.
     const ImageSet loose("dir/sprite_front.png", suffixes, false);
     EXPECT_TRUE(loose.isValid);
-    EXPECT_EQ(loose.GetFilenameOfType(Diffuse, suffixes), "dir/sprite_Diffuse.png");
+    EXPECT_EQ(loose.GetFilenameOfType(ImageType::Diffuse, suffixes), "dir/sprite_Diffuse.png");
 
     EXPECT_TRUE(ImageSet("a/B_Left.png", suffixes, true) == ImageSet("a/B_Diffuse.png", suffixes, true));
     EXPECT_FALSE(ImageSet("a/B_Left.png", suffixes, true) == ImageSet("a/B_Left.PNG", suffixes, true));
