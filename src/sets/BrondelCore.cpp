@@ -147,7 +147,7 @@ void BrondelCore::LoadCurrentSet()
     std::array<std::string, kImageTypeCount> filenames;
     for (int type = 0; type < kImageTypeCount; ++type)
         filenames[type] = set->GetFilenameOfType(static_cast<ImageType>(type), suffixes);
-    processor->LoadImageSetByName(filenames, flipY);
+    processor->LoadImageSetByName(filenames, parameters.normals.flipY);
 }
 
 void BrondelCore::LoadImageSet(std::string filename)
@@ -216,7 +216,7 @@ void BrondelCore::LoadImageOfType(std::string filename, ImageType type)
     ImageProcessor* processor = GetCurrentProcessor();
     if (!processor)
         return;
-    processor->LoadImageByName(type, filename, flipY);
+    processor->LoadImageByName(type, filename, parameters.normals.flipY);
     NotifyImageChanged(type);
 }
 
@@ -317,8 +317,9 @@ void BrondelCore::AttemptNormalGeneration()
                 "Resolution mismatch");
         return;
     }
-    processor->GenerateNormals(normalBend, normalRotationDirection, normalRotationAmount, autofixFlatNormals,
-                               flipY);
+    processor->GenerateNormals(parameters.normals.bend, parameters.normals.rotationDirection,
+                               parameters.normals.rotationAmount, parameters.normals.autofixFlatNormals,
+                               parameters.normals.flipY);
     NotifyImageChanged(ImageType::Normal);
 }
 
@@ -328,7 +329,9 @@ void BrondelCore::AttemptDepthGeneration()
     ImageProcessor* processor = GetCurrentProcessor();
     if (!processor)
         return;
-    processor->GenerateDepthMapFromNormals(depthRefinementSteps, respectSelectedEdges, lowFrequencyEmphasis);
+    processor->GenerateDepthMapFromNormals(parameters.depth.refinementSteps,
+                                           parameters.depth.respectSelectedEdges,
+                                           parameters.depth.lowFrequencyEmphasis);
     NotifyImageChanged(ImageType::Depth);
 }
 
@@ -338,7 +341,8 @@ void BrondelCore::AttemptAOGeneration()
     ImageProcessor* processor = GetCurrentProcessor();
     if (!processor)
         return;
-    processor->GenerateAOFromDepth(aoConeGradient, aoBoxSize, aoStepSize, aoLightFlatness);
+    processor->GenerateAOFromDepth(parameters.ao.coneGradient, parameters.ao.boxSize, parameters.ao.stepSize,
+                                   parameters.ao.lightFlatness);
     NotifyImageChanged(ImageType::AO);
 }
 
@@ -348,7 +352,8 @@ bool BrondelCore::AttemptPaletteGeneration()
     ImageProcessor* processor = GetCurrentProcessor();
     if (!processor)
         return false;
-    const bool created = processor->CreatePaletteFromDiffuseMap(paletteHeight, paletteSampleLighting);
+    const bool created =
+        processor->CreatePaletteFromDiffuseMap(parameters.palette.height, parameters.palette.sampleLighting);
     NotifyImageChanged(ImageType::Palette);
     return created;
 }
@@ -369,7 +374,7 @@ void BrondelCore::AttemptAnisotropyGeneration()
     ImageProcessor* processor = GetCurrentProcessor();
     if (!processor)
         return;
-    processor->GenerateAnisotropyMap(anisotropyExpandCount, anisotropyOutputType);
+    processor->GenerateAnisotropyMap(parameters.anisotropy.expandCount, parameters.anisotropy.outputType);
     NotifyImageChanged(ImageType::Aniso);
 }
 
@@ -433,12 +438,12 @@ int BrondelCore::CheckNormalsTime(bool all) const
 
 int BrondelCore::CheckDepthTime(bool all) const
 {
-    return EstimateTime(all, depthRefinementSteps);
+    return EstimateTime(all, parameters.depth.refinementSteps);
 }
 
 int BrondelCore::CheckAOTime(bool all) const
 {
     // The ratio is an integer quotient on purpose: box 5 with step 2 counts as 2 x 2, not 2.5 x 2.5.
-    const long long ratio = aoBoxSize / (aoStepSize > 0 ? aoStepSize : 1);
+    const long long ratio = parameters.ao.boxSize / (parameters.ao.stepSize > 0 ? parameters.ao.stepSize : 1);
     return EstimateTime(all, ratio * ratio);
 }

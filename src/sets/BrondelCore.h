@@ -1,4 +1,5 @@
 #pragma once
+#include "sets/GenerationParameters.h"
 #include "sets/ImageSet.h"
 #include "sets/ImageType.h"
 #include "sets/LogOutput.h"
@@ -133,6 +134,11 @@ public:
     std::string GetPaletteCLIParams() const;
 
     // --- Generation parameters
+    const GenerationParameters& GetGenerationParameters() const { return parameters; }
+    // By the parameter table; the value is stored as given (ranges are the caller's business, as for the
+    // named setters below).
+    void SetGenerationParameter(GenerationParameter id, double value);
+    double GetGenerationParameter(GenerationParameter id) const;
     void SetNormalsFlippedYStatus(bool flipped);
     bool GetNormalsFlippedYStatus() const;
     void SetNormalBend(float bend);
@@ -196,24 +202,5 @@ private:
     int currentIndex = 0;
     SuffixSet suffixes;
 
-    float normalBend = 1.0f;
-    float normalRotationDirection = 0.0f;
-    float normalRotationAmount = 0.0f;
-    bool autofixFlatNormals = true;
-    bool flipY = false;
-
-    int depthRefinementSteps = 100;
-    bool respectSelectedEdges = false;
-    float lowFrequencyEmphasis = 0.2f;
-
-    float aoLightFlatness = 0.0f;
-    float aoConeGradient = 0.01f;
-    int aoBoxSize = 5;
-    int aoStepSize = 1;
-
-    int paletteHeight = 32;
-    bool paletteSampleLighting = false;
-
-    int anisotropyExpandCount = 3;
-    int anisotropyOutputType = 0; // 0 vector, 1 angle-doubled vector, 2 angle
+    GenerationParameters parameters = InteractiveDefaults();
 };
