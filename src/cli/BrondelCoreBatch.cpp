@@ -165,6 +165,18 @@ GenerationParameters ReadBatchParameters(const CommandLineArgumentSet& arguments
     return parameters;
 }
 
+// One generation stage of the run inside the failure boundary: what goes wrong is told on standard error
+// and the stage counts as not made, so the stages that build on it are skipped.
+bool RunStage(ImageType output, const ImageProcessor& processor, const std::function<void()>& generate)
+{
+    const auto [width, height] = processor.GetGenerationSize(output);
+    const auto report = [](std::string text, std::string caption) {
+        std::cerr << caption << ": " << text << std::endl;
+    };
+    return GuardGeneration(DescribeMap(output), width, height, report, generate) ==
+           GenerationOutcome::Finished;
+}
+
 const char* Option(GenerationParameter id)
 {
     return DescribeParameter(id).batchOption;
@@ -258,43 +270,62 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
         else
         {
             const NormalParameters& normals = batch.normals;
-            processor.GenerateNormals(normals.bend, normals.rotationDirection, normals.rotationAmount,
-                                      normals.autofixFlatNormals, normals.flipY);
+            const bool normalsMade = RunStage(ImageType::Normal, processor, [&] {
+                processor.GenerateNormals(normals.bend, normals.rotationDirection, normals.rotationAmount,
+                                          normals.autofixFlatNormals, normals.flipY);
+            });
             outputs.Save(processor, ImageType::Normal);
             outputs.Save(processor, ImageType::NormalOpacity);
 
-            if (depthWanted || aoWanted)
+            bool depthMade = false;
+            if (normalsMade && (depthWanted || aoWanted))
             {
-                processor.GenerateDepthMapFromNormals(batch.depth.refinementSteps,
-                                                      batch.depth.respectSelectedEdges,
-                                                      batch.depth.lowFrequencyEmphasis);
+                depthMade = RunStage(ImageType::Depth, processor, [&] {
+                    processor.GenerateDepthMapFromNormals(batch.depth.refinementSteps,
+                                                          batch.depth.respectSelectedEdges,
+                                                          batch.depth.lowFrequencyEmphasis);
+                });
                 outputs.Save(processor, ImageType::Depth);
                 outputs.Save(processor, ImageType::NormalDepth);
             }
-            if (aoWanted)
+            if (depthMade && aoWanted)
             {
                 const AOParameters& ao = batch.ao;
-                processor.GenerateAOFromDepth(ao.coneGradient, ao.boxSize, ao.stepSize, ao.lightFlatness);
+                RunStage(ImageType::AO, processor, [&] {
+                    processor.GenerateAOFromDepth(ao.coneGradient, ao.boxSize, ao.stepSize, ao.lightFlatness);
+                });
                 outputs.Save(processor, ImageType::AO);
             }
+            if (!normalsMade)
+                outputs.FailAll({ImageType::Depth, ImageType::NormalDepth, ImageType::AO},
+                                "the normal map it needs could not be generated.");
+            else if (!depthMade)
+                outputs.Fail(ImageType::AO, "the depth map it needs could not be generated.");
         }
     }
 
     if (outputs.Requested(ImageType::Aniso))
     {
-        processor.GenerateAnisotropyMap(batch.anisotropy.expandCount, batch.anisotropy.outputType);
+        RunStage(ImageType::Aniso, processor, [&] {
+            processor.GenerateAnisotropyMap(batch.anisotropy.expandCount, batch.anisotropy.outputType);
+        });
         outputs.Save(processor, ImageType::Aniso);
     }
 
     if (paletteWanted)
     {
-        if (processor.CreatePaletteFromDiffuseMap(batch.palette.height, batch.palette.sampleLighting))
+        bool paletteMade = false;
+        RunStage(ImageType::Palette, processor, [&] {
+            paletteMade =
+                processor.CreatePaletteFromDiffuseMap(batch.palette.height, batch.palette.sampleLighting);
+        });
+        if (paletteMade)
             outputs.Save(processor, ImageType::Palette);
         else
             outputs.Fail(ImageType::Palette, "the palette could not be generated from the diffuse map.");
         if (outputs.Requested(ImageType::Index))
         {
-            processor.GeneratePaletteIndex();
+            RunStage(ImageType::Index, processor, [&] { processor.GeneratePaletteIndex(); });
             outputs.Save(processor, ImageType::Index);
         }
     }

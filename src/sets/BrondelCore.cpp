@@ -1,5 +1,6 @@
 #include "sets/BrondelCore.h"
 
+#include "processing/GenerationProgress.h"
 #include "processing/ImageProcessor.h"
 #include "sets/StringHelpers.h"
 
@@ -24,7 +25,8 @@ long long SaturatedProduct(long long a, long long b)
 }
 } // namespace
 
-BrondelCore::BrondelCore(std::string root) : rootPath(std::move(root))
+BrondelCore::BrondelCore(std::string root)
+    : rootPath(std::move(root)), generationProgress(&GenerationProgress::Uncancellable())
 {
     // A processor exists before any set is loaded, so the current index always addresses one.
     processors.push_back(MakeProcessor());
@@ -273,10 +275,24 @@ void BrondelCore::TrimImageProcessors(int count)
 
 void BrondelCore::ForEverySet(void (BrondelCore::*operation)())
 {
+    // A cancel stops the whole run; a set that failed has said why, and the others still get their turn.
     ForEverySet([this, operation] {
         (this->*operation)();
-        return true;
+        return lastOutcome != GenerationOutcome::Cancelled;
     });
+}
+
+bool BrondelCore::Guarded(ImageType output, const ImageProcessor& processor,
+                          const std::function<void()>& generate)
+{
+    const auto [width, height] = processor.GetGenerationSize(output);
+    lastOutcome = GuardGeneration(DescribeMap(output), width, height, messageCallback, generate);
+    return lastOutcome == GenerationOutcome::Finished;
+}
+
+void BrondelCore::SetGenerationProgress(const GenerationProgress* progress)
+{
+    generationProgress = progress ? progress : &GenerationProgress::Uncancellable();
 }
 
 void BrondelCore::ForEverySet(const std::function<bool()>& operation)
@@ -317,9 +333,11 @@ void BrondelCore::AttemptNormalGeneration()
                 "Resolution mismatch");
         return;
     }
-    processor->GenerateNormals(parameters.normals.bend, parameters.normals.rotationDirection,
-                               parameters.normals.rotationAmount, parameters.normals.autofixFlatNormals,
-                               parameters.normals.flipY);
+    const NormalParameters& normals = parameters.normals;
+    Guarded(ImageType::Normal, *processor, [&] {
+        processor->GenerateNormals(normals.bend, normals.rotationDirection, normals.rotationAmount,
+                                   normals.autofixFlatNormals, normals.flipY, *generationProgress);
+    });
     NotifyImageChanged(ImageType::Normal);
 }
 
@@ -329,9 +347,11 @@ void BrondelCore::AttemptDepthGeneration()
     ImageProcessor* processor = GetCurrentProcessor();
     if (!processor)
         return;
-    processor->GenerateDepthMapFromNormals(parameters.depth.refinementSteps,
-                                           parameters.depth.respectSelectedEdges,
-                                           parameters.depth.lowFrequencyEmphasis);
+    const DepthParameters& depth = parameters.depth;
+    Guarded(ImageType::Depth, *processor, [&] {
+        processor->GenerateDepthMapFromNormals(depth.refinementSteps, depth.respectSelectedEdges,
+                                               depth.lowFrequencyEmphasis, *generationProgress);
+    });
     NotifyImageChanged(ImageType::Depth);
 }
 
@@ -341,8 +361,11 @@ void BrondelCore::AttemptAOGeneration()
     ImageProcessor* processor = GetCurrentProcessor();
     if (!processor)
         return;
-    processor->GenerateAOFromDepth(parameters.ao.coneGradient, parameters.ao.boxSize, parameters.ao.stepSize,
-                                   parameters.ao.lightFlatness);
+    const AOParameters& ao = parameters.ao;
+    Guarded(ImageType::AO, *processor, [&] {
+        processor->GenerateAOFromDepth(ao.coneGradient, ao.boxSize, ao.stepSize, ao.lightFlatness,
+                                       *generationProgress);
+    });
     NotifyImageChanged(ImageType::AO);
 }
 
@@ -352,8 +375,11 @@ bool BrondelCore::AttemptPaletteGeneration()
     ImageProcessor* processor = GetCurrentProcessor();
     if (!processor)
         return false;
-    const bool created =
-        processor->CreatePaletteFromDiffuseMap(parameters.palette.height, parameters.palette.sampleLighting);
+    bool created = false;
+    Guarded(ImageType::Palette, *processor, [&] {
+        created = processor->CreatePaletteFromDiffuseMap(
+            parameters.palette.height, parameters.palette.sampleLighting, *generationProgress);
+    });
     NotifyImageChanged(ImageType::Palette);
     return created;
 }
@@ -364,7 +390,7 @@ void BrondelCore::AttemptIndexGeneration()
     ImageProcessor* processor = GetCurrentProcessor();
     if (!processor)
         return;
-    processor->GeneratePaletteIndex();
+    Guarded(ImageType::Index, *processor, [&] { processor->GeneratePaletteIndex(*generationProgress); });
     NotifyImageChanged(ImageType::Index);
 }
 
@@ -374,7 +400,10 @@ void BrondelCore::AttemptAnisotropyGeneration()
     ImageProcessor* processor = GetCurrentProcessor();
     if (!processor)
         return;
-    processor->GenerateAnisotropyMap(parameters.anisotropy.expandCount, parameters.anisotropy.outputType);
+    Guarded(ImageType::Aniso, *processor, [&] {
+        processor->GenerateAnisotropyMap(parameters.anisotropy.expandCount, parameters.anisotropy.outputType,
+                                         *generationProgress);
+    });
     NotifyImageChanged(ImageType::Aniso);
 }
 

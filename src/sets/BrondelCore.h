@@ -1,4 +1,5 @@
 #pragma once
+#include "processing/GenerationGuard.h"
 #include "sets/GenerationParameters.h"
 #include "sets/ImageSet.h"
 #include "sets/ImageType.h"
@@ -10,6 +11,7 @@
 #include <string>
 #include <vector>
 
+class GenerationProgress;
 class Image;
 class ImageProcessor;
 
@@ -109,6 +111,12 @@ public:
     void AttemptAnisotropyGeneration();
     void AttemptAnisotropyGenerationAll();
 
+    // The token the generations above report to and can be cancelled through; null restores the default,
+    // which never cancels. A front end that runs generations on a worker thread sets its own for the run.
+    void SetGenerationProgress(const GenerationProgress* progress);
+    // How the last generation ended: a cancelled one stops the All variants.
+    GenerationOutcome GetLastGenerationOutcome() const { return lastOutcome; }
+
     // Time estimates, saturated at the largest int rather than overflowing.
     int CheckNormalsTime(bool all) const;
     int CheckDepthTime(bool all) const;
@@ -185,6 +193,8 @@ private:
     // Runs a single-set operation on every set with the index pointing at it, then restores the index.
     void ForEverySet(const std::function<bool()>& operation);
     void ForEverySet(void (BrondelCore::*operation)());
+    // Runs one generation inside the failure boundary, reporting through the message callback.
+    bool Guarded(ImageType output, const ImageProcessor& processor, const std::function<void()>& generate);
     // Sum over the processors concerned of pixels times the factor, saturated to int.
     int EstimateTime(bool all, long long factor) const;
     SaveOutcome SaveComposites(ImageType type, const std::string& filename, const std::string& normalName,
@@ -203,4 +213,6 @@ private:
     SuffixSet suffixes;
 
     GenerationParameters parameters = InteractiveDefaults();
+    const GenerationProgress* generationProgress;
+    GenerationOutcome lastOutcome = GenerationOutcome::Finished;
 };
