@@ -12,8 +12,8 @@ TEST(BrondelCLIMemory, RefusedMemoryFailsTheRunWithAMessage)
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.remove(QStringLiteral("DISPLAY"));
-    // One MiB of working memory: the set loads, but no generator gets its arrays.
-    environment.insert(QStringLiteral("BRONDEL_MEMORY_LIMIT"), QStringLiteral("1"));
+    // Six MiB: the four 1 MiB profiles load, but the normal generator cannot get its 3 MiB arrays.
+    environment.insert(QStringLiteral("BRONDEL_MEMORY_LIMIT"), QStringLiteral("6"));
     process.setProcessEnvironment(environment);
     process.start(QStringLiteral(BRONDEL_CLI_PATH),
                   {QStringLiteral("-source"), QString::fromStdString(folder.File("Rock_Left.png")),
