@@ -137,7 +137,8 @@ std::vector<std::string> BatchOptions::CheckWords() const
             std::size_t valueAt = 0;
             if (known->takes == Takes::Value && hasNext && !IsOptionWord(words[i + 1]))
                 valueAt = i + 1;
-            if (known->takes == Takes::OptionalFile && hasNext && !words[i + 1].empty() && words[i + 1][0] != '-')
+            if (known->takes == Takes::OptionalFile && hasNext && !words[i + 1].empty() &&
+                words[i + 1][0] != '-')
                 valueAt = i + 1;
             const auto first = firstSeen.find(word);
             if (first == firstSeen.end())
@@ -147,7 +148,8 @@ std::vector<std::string> BatchOptions::CheckWords() const
                 // Every reader looks at the first occurrence only.
                 std::string text = word + " is given more than once; only the first counts";
                 const std::size_t firstValue = first->second + 1;
-                if (known->takes != Takes::Nothing && firstValue < words.size() && !IsOptionWord(words[firstValue]))
+                if (known->takes != Takes::Nothing && firstValue < words.size() &&
+                    !IsOptionWord(words[firstValue]))
                     text += " (" + word + " " + words[firstValue] + ")";
                 warnings.push_back(text);
             }
@@ -232,7 +234,8 @@ GenerationParameters BatchOptions::ReadParameters(std::vector<std::string>& warn
                     try
                     {
                         if (whole)
-                            ParseIntArg(*text, std::numeric_limits<int>::min(), std::numeric_limits<int>::max());
+                            ParseIntArg(*text, std::numeric_limits<int>::min(),
+                                        std::numeric_limits<int>::max());
                         else
                             ParseFloatArg(*text, std::numeric_limits<float>::lowest(),
                                           std::numeric_limits<float>::max());
@@ -241,10 +244,10 @@ GenerationParameters BatchOptions::ReadParameters(std::vector<std::string>& warn
                     {
                         readable = false;
                     }
-                    reason = written + (readable ? " is out of range (" + Number(description.minimum) + " to " +
-                                                       Number(description.maximum) + ")"
-                                                 : whole ? " is not a whole number"
-                                                         : " is not a number");
+                    reason = written + (readable ? " is out of range (" + Number(description.minimum) +
+                                                       " to " + Number(description.maximum) + ")"
+                                        : whole ? " is not a whole number"
+                                                : " is not a number");
                 }
                 warnings.push_back(reason + fallback);
             }
@@ -266,9 +269,9 @@ GenerationParameters BatchOptions::ReadParameters(std::vector<std::string>& warn
             catch (const Exception_CLI&)
             {}
             if (!matched)
-                warnings.push_back((text == nullptr || IsOptionWord(*text) ? option + std::string(" has no value")
-                                                                          : written + " is not one of " +
-                                                                                Choices(description)) +
+                warnings.push_back((text == nullptr || IsOptionWord(*text)
+                                        ? option + std::string(" has no value")
+                                        : written + " is not one of " + Choices(description)) +
                                    fallback);
             break;
         }
@@ -299,7 +302,8 @@ std::string BatchOptions::HelpText()
          << UsageText() << "\n";
     help << "The set: every file in the folder of -source that shares its base name and extension, one per\n"
             "suffix (_Left, _Right, _Top, _Bottom, _Front, _Diffuse, _Specular, _Emissive, _Silhouette,\n"
-            "_Flow, _Palette, and maps of earlier runs). Missing members are replaced by blank placeholders.\n\n";
+            "_Flow, _Palette, and maps of earlier runs). Missing members are replaced by blank "
+            "placeholders.\n\n";
     help << "Save options: each takes an optional file name; without one the map is written beside the\n"
             "inputs (or into -outDir) under its suffix. Only what the requested maps need is generated.\n";
     for (const SaveOption& save : kSaveOptions)
@@ -335,13 +339,15 @@ std::string BatchOptions::HelpText()
         row(left, range + ": " + description.meaning);
     }
     help << "\nRun options:\n";
-    row("-outDir DIR", "write default-named maps into DIR (created when missing) instead of beside the inputs");
+    row("-outDir DIR",
+        "write default-named maps into DIR (created when missing) instead of beside the inputs");
     row("-strict", "treat every warning as an error: exit 2 before any work");
     row("-quiet", "print only the lines that report failures on standard output");
     row("-script FILE", "run test-bed commands from FILE (- for standard input), one per line");
     row("--help, -h", "this text");
     row("--version", "the version");
-    help << "\nSafety: a map is never written over a member of the set loaded as an input, nor two maps to one\n"
+    help << "\nSafety: a map is never written over a member of the set loaded as an input, nor two maps to "
+            "one\n"
             "file; every output is checked (folder, permission, format) before anything is generated.\n";
     help << "\nExit status:\n";
     row("0", "every requested map was written");

@@ -70,8 +70,8 @@ bool IsSameFile(const std::string& a, const std::string& b)
     return Resolved(a) == Resolved(b);
 }
 
-BatchOutputs::BatchOutputs(const CommandLineArgumentSet& arguments, const ImageSet& set, const SuffixSet& suffixes,
-                           const std::string& outputFolder)
+BatchOutputs::BatchOutputs(const CommandLineArgumentSet& arguments, const ImageSet& set,
+                           const SuffixSet& suffixes, const std::string& outputFolder)
 {
     for (const SaveOption& output : SaveOptions())
     {
@@ -102,8 +102,8 @@ BatchOutputs::BatchOutputs(const CommandLineArgumentSet& arguments, const ImageS
         if (NeedsAlpha(output.type) && !format.empty() && !FormatKeepsAlpha(format))
         {
             name = name.substr(0, name.size() - format.size()) + "png";
-            notes.push_back("The " + std::string(output.description) + " goes to " + Quoted(name) +
-                            ": a ." + format + " file cannot hold its alpha channel.");
+            notes.push_back("The " + std::string(output.description) + " goes to " + Quoted(name) + ": a ." +
+                            format + " file cannot hold its alpha channel.");
         }
         filenames[output.type] = name;
     }
@@ -125,9 +125,11 @@ std::vector<std::string> BatchOutputs::FormatWarnings() const
         if (!requested[type])
             continue;
         const std::string format = FormatOf(filenames[type]);
-        const std::string what = Quoted(filenames[type]) + " (" + OptionOf(static_cast<ImageType>(type)) + ")";
+        const std::string what =
+            Quoted(filenames[type]) + " (" + OptionOf(static_cast<ImageType>(type)) + ")";
         if (format == "jpg" || format == "jpeg")
-            warnings.push_back(what + ": JPG compression is lossy, so the " + Describe(static_cast<ImageType>(type)) +
+            warnings.push_back(what + ": JPG compression is lossy, so the " +
+                               Describe(static_cast<ImageType>(type)) +
                                " will not keep its exact values; use .png.");
         if (NeedsAlpha(static_cast<ImageType>(type)) && !format.empty() && !FormatKeepsAlpha(format))
             warnings.push_back(what + ": a ." + format + " file cannot hold the alpha channel of the " +
@@ -154,8 +156,9 @@ std::vector<std::string> BatchOutputs::CheckNames(const SetMembers& members) con
         for (int member = 0; member <= ImageType::Palette; ++member)
             if (member != type && members.Exists(static_cast<ImageType>(member)) &&
                 IsSameFile(target, members.Filename(static_cast<ImageType>(member))))
-                refusals.push_back("Refusing to write the " + std::string(Describe(static_cast<ImageType>(type))) +
-                                   " (" + OptionOf(static_cast<ImageType>(type)) + ") over " +
+                refusals.push_back("Refusing to write the " +
+                                   std::string(Describe(static_cast<ImageType>(type))) + " (" +
+                                   OptionOf(static_cast<ImageType>(type)) + ") over " +
                                    Quoted(members.Filename(static_cast<ImageType>(member))) + ", the set's " +
                                    ImageTypeName(static_cast<ImageType>(member)) + " image.");
     }
@@ -229,7 +232,8 @@ void BatchOutputs::Save(const ImageProcessor& processor, ImageType type)
     if (!requested[type])
         return;
     const Image* image = processor.GetImage(type);
-    if (!image || !processor.IsLoaded(type) || image->GetRevision() == loadedRevisions[static_cast<std::size_t>(type)])
+    if (!image || !processor.IsLoaded(type) ||
+        image->GetRevision() == loadedRevisions[static_cast<std::size_t>(type)])
     {
         Fail(type, std::string("the ") + Describe(type) + " could not be generated.");
         return;

@@ -87,8 +87,9 @@ void SetMembers::Examine(const ImageProcessor& processor)
         loaded[type] = processor.IsLoaded(static_cast<ImageType>(type));
         failed[type] = exists[type] && !loaded[type];
         if (failed[type])
-            unreadable.push_back("Couldn't read " + Quoted(names[type]) + " (" + ImageTypeName(static_cast<ImageType>(type)) +
-                                 "): " + Reason(static_cast<ImageType>(type)) + "; a blank placeholder is used.");
+            unreadable.push_back(
+                "Couldn't read " + Quoted(names[type]) + " (" + ImageTypeName(static_cast<ImageType>(type)) +
+                "): " + Reason(static_cast<ImageType>(type)) + "; a blank placeholder is used.");
     }
     FindOtherExtensions();
     CompareSizes(processor);
@@ -115,9 +116,9 @@ std::string SetMembers::Reason(ImageType type) const
     QImage image;
     if (reader.read(&image))
         return "it could not be decoded";
-    const std::string what = format.isEmpty() ? std::string("not a PNG, JPG or BMP image")
-                                              : "a damaged or truncated " + format.toUpper().toStdString() +
-                                                    " image";
+    const std::string what = format.isEmpty()
+                                 ? std::string("not a PNG, JPG or BMP image")
+                                 : "a damaged or truncated " + format.toUpper().toStdString() + " image";
     return what + " (" + reader.errorString().toStdString() + ")";
 }
 
@@ -170,8 +171,9 @@ void SetMembers::CompareSizes(const ImageProcessor& processor)
     {
         const Image* image = processor.GetImage(type);
         if (loaded[type] && image != nullptr && !SameSize(*image, profile))
-            warnings.push_back(Quoted(names[type]) + " (a map of an earlier run) is " + Size(*image) + " but " +
-                               profileText + "; it can fix the working size and crop the new maps. " +
+            warnings.push_back(Quoted(names[type]) + " (a map of an earlier run) is " + Size(*image) +
+                               " but " + profileText +
+                               "; it can fix the working size and crop the new maps. " +
                                "Delete it before regenerating.");
     }
 }

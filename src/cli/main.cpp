@@ -54,7 +54,8 @@ int main(int argc, char** argv)
         {
             if (!placeholdersReported)
                 std::cerr << "The blank placeholder images were not found in \""
-                          << QDir(QString::fromUtf8((resources.empty() ? std::string(".") : resources).c_str()))
+                          << QDir(QString::fromUtf8(
+                                      (resources.empty() ? std::string(".") : resources).c_str()))
                                  .absoluteFilePath(QStringLiteral("BlankTextures"))
                                  .toStdString()
                           << "\". Set BRONDEL_RESOURCES to the folder that holds BlankTextures." << std::endl;

@@ -294,8 +294,8 @@ bool Image::SaveToDisk(std::string filename, std::string* errorText, bool keepAl
         {
             // Read before cancelling: afterwards the file only says "Writing canceled by application"
             // instead of the system's reason, such as a full disk.
-            const QString reason = png.empty() ? QStringLiteral("the image could not be compressed")
-                                               : file.errorString();
+            const QString reason =
+                png.empty() ? QStringLiteral("the image could not be compressed") : file.errorString();
             file.cancelWriting();
             return fail(reason);
         }
@@ -323,7 +323,8 @@ bool Image::SaveToDisk(std::string filename, std::string* errorText, bool keepAl
         QImageWriter writer(&file, format);
         if (!writer.write(out))
         {
-            const QString reason = file.error() != QFileDevice::NoError ? file.errorString() : writer.errorString();
+            const QString reason =
+                file.error() != QFileDevice::NoError ? file.errorString() : writer.errorString();
             file.cancelWriting();
             return fail(reason);
         }
