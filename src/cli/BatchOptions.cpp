@@ -231,23 +231,26 @@ GenerationParameters BatchOptions::ReadParameters(std::vector<std::string>& warn
                 else
                 {
                     bool readable = true;
+                    double read = 0.0;
                     try
                     {
-                        if (whole)
-                            ParseIntArg(*text, std::numeric_limits<int>::min(),
-                                        std::numeric_limits<int>::max());
-                        else
-                            ParseFloatArg(*text, std::numeric_limits<float>::lowest(),
-                                          std::numeric_limits<float>::max());
+                        read = whole ? ParseIntArg(*text, std::numeric_limits<int>::min(),
+                                                   std::numeric_limits<int>::max())
+                                     : ParseFloatArg(*text, std::numeric_limits<float>::lowest(),
+                                                     std::numeric_limits<float>::max());
                     }
                     catch (const Exception_CLI&)
                     {
                         readable = false;
                     }
-                    reason = written + (readable ? " is out of range (" + Number(description.minimum) +
-                                                       " to " + Number(description.maximum) + ")"
-                                        : whole ? " is not a whole number"
-                                                : " is not a number");
+                    const std::string range = "out of range (" + Number(description.minimum) + " to " +
+                                              Number(description.maximum) + ")";
+                    if (!readable)
+                        reason = written + (whole ? " is not a whole number" : " is not a number");
+                    else if (IsCompleteNumber(*text, whole))
+                        reason = written + " is " + range;
+                    else
+                        reason = written + " reads as " + Number(read) + ", which is " + range;
                 }
                 warnings.push_back(reason + fallback);
             }
