@@ -245,14 +245,16 @@ GenerationParameters BatchOptions::ReadParameters(std::vector<std::string>& warn
                     }
                     const std::string range = "out of range (" + Number(description.minimum) + " to " +
                                               Number(description.maximum) + ")";
+                    reason = written;
                     if (!readable)
-                        reason = written + (whole ? " is not a whole number" : " is not a number");
+                        reason += whole ? " is not a whole number" : " is not a number";
                     else if (IsCompleteNumber(*text, whole))
-                        reason = written + " is " + range;
+                        reason += " is " + range;
                     else
-                        reason = written + " reads as " + Number(read) + ", which is " + range;
+                        reason += " reads as " + Number(read) + ", which is " + range;
                 }
-                warnings.push_back(reason + fallback);
+                reason += fallback;
+                warnings.push_back(reason);
             }
             break;
         }
@@ -272,10 +274,13 @@ GenerationParameters BatchOptions::ReadParameters(std::vector<std::string>& warn
             catch (const Exception_CLI&)
             {}
             if (!matched)
-                warnings.push_back((text == nullptr || IsOptionWord(*text)
-                                        ? option + std::string(" has no value")
-                                        : written + " is not one of " + Choices(description)) +
-                                   fallback);
+            {
+                std::string reason = text == nullptr || IsOptionWord(*text)
+                                         ? option + std::string(" has no value")
+                                         : written + " is not one of " + Choices(description);
+                reason += fallback;
+                warnings.push_back(reason);
+            }
             break;
         }
         }

@@ -11,9 +11,20 @@
 #include <QTemporaryFile>
 
 #include <filesystem>
+#include <initializer_list>
 #include <iostream>
+#include <string_view>
 
 namespace {
+// One message from its pieces, without a temporary string per "+".
+std::string Join(std::initializer_list<std::string_view> parts)
+{
+    std::string text;
+    for (const std::string_view part : parts)
+        text.append(part);
+    return text;
+}
+
 std::string Quoted(const std::string& text)
 {
     return "\"" + text + "\"";
@@ -95,7 +106,7 @@ BatchOutputs::BatchOutputs(const CommandLineArgumentSet& arguments, const ImageS
         if (!outputFolder.empty())
         {
             const std::size_t slash = name.rfind('/');
-            name = outputFolder + "/" + (slash == std::string::npos ? name : name.substr(slash + 1));
+            name = Join({outputFolder, "/", slash == std::string::npos ? name : name.substr(slash + 1)});
         }
         // A JPG or BMP set would lose the second quantity these maps carry in alpha.
         const std::string format = FormatOf(name);
@@ -126,14 +137,14 @@ std::vector<std::string> BatchOutputs::FormatWarnings() const
             continue;
         const std::string format = FormatOf(filenames[type]);
         const std::string what =
-            Quoted(filenames[type]) + " (" + OptionOf(static_cast<ImageType>(type)) + ")";
+            Quoted(filenames[type]) + " (" + OptionOf(static_cast<ImageType>(type)) + "): ";
+        const std::string map = Describe(static_cast<ImageType>(type));
         if (format == "jpg" || format == "jpeg")
-            warnings.push_back(what + ": JPG compression is lossy, so the " +
-                               Describe(static_cast<ImageType>(type)) +
-                               " will not keep its exact values; use .png.");
+            warnings.push_back(Join({what, "JPG compression is lossy, so the ", map,
+                                     " will not keep its exact values; use .png."}));
         if (NeedsAlpha(static_cast<ImageType>(type)) && !format.empty() && !FormatKeepsAlpha(format))
-            warnings.push_back(what + ": a ." + format + " file cannot hold the alpha channel of the " +
-                               Describe(static_cast<ImageType>(type)) + "; use .png.");
+            warnings.push_back(Join(
+                {what, "a .", format, " file cannot hold the alpha channel of the ", map, "; use .png."}));
     }
     return warnings;
 }

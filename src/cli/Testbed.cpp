@@ -283,6 +283,7 @@ bool Testbed::RunCommand(const std::vector<std::string>& tokens)
 int Testbed::RunScript(std::istream& input)
 {
     std::vector<std::string> candidates;
+    candidates.reserve(kTestbedCommandCount);
     for (int slot = 0; slot < kTestbedCommandCount; ++slot)
         candidates.push_back(TestbedCommandWord(slot));
     std::string line;
