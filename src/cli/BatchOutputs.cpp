@@ -8,6 +8,7 @@
 
 #include <QFileInfo>
 #include <QImageWriter>
+#include <QStorageInfo>
 #include <QTemporaryFile>
 
 #include <filesystem>
@@ -201,6 +202,8 @@ std::vector<std::string> BatchOutputs::CheckTargets() const
             reason = Quoted(folder.filePath().toStdString()) + " is not a folder";
         else if (info.exists() && !info.isWritable())
             reason = "the file is not writable";
+        else if (QStorageInfo(folder.filePath()).bytesAvailable() == 0)
+            reason = "No space left on device";
         else
         {
             // The only sure test of a folder's permissions, read-only mounts and quotas is to try.

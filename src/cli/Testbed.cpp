@@ -61,16 +61,11 @@ const std::array<const char*, kTestbedSlotCount> kCommandWords = {
     // The remaining 60 slots are empty (value-initialised to null, read as "").
 };
 
-const std::array<const char*, kImageTypeCount> kTypeNames = {
-    "Top",      "Bottom",      "Left",          "Right", "Front",   "Diffuse",
-    "Specular", "Emissive",    "Silhouette",    "Flow",  "Palette", "Normal",
-    "Depth",    "NormalDepth", "NormalOpacity", "AO",    "Aniso",   "Index"};
-
 // A kind by its name (any case) or its number.
 bool ParseType(const std::string& text, ImageType& type)
 {
     for (int index = 0; index < kImageTypeCount; ++index)
-        if (MakeLower(text) == MakeLower(kTypeNames[static_cast<std::size_t>(index)]))
+        if (MakeLower(text) == MakeLower(ImageTypeName(static_cast<ImageType>(index))))
         {
             type = static_cast<ImageType>(index);
             return true;
@@ -97,11 +92,6 @@ bool ParseBool(const std::string& text, bool& value)
     else
         return false;
     return true;
-}
-
-std::string TypeName(ImageType type)
-{
-    return kTypeNames[static_cast<std::size_t>(type)];
 }
 
 BrondelCore::SaveOutcome Worse(BrondelCore::SaveOutcome a, BrondelCore::SaveOutcome b)
@@ -474,7 +464,7 @@ bool Testbed::ExamineImage(const std::string& word, const Arguments& arguments)
     if (!RequireSet(word))
         return false;
     const Image* image = core.GetCurrentBitmapByType(type);
-    out << TypeName(type) << ": ";
+    out << ImageTypeName(type) << ": ";
     if (!image || !image->HasPlanes())
         out << "no image";
     else
@@ -541,7 +531,7 @@ Testbed::Action Testbed::SaveMap(ImageType type)
             arguments.empty() ? SaveWithDefaultNames({type})
                               : core.SaveCurrentImageByType(type, InScriptFolder(arguments[0]));
         if (outcome == BrondelCore::SaveOutcome::NothingToSave)
-            return Error(word, "the current set has no " + TypeName(type) + " map to save");
+            return Error(word, "the current set has no " + ImageTypeName(type) + " map to save");
         return outcome == BrondelCore::SaveOutcome::Saved;
     };
 }
