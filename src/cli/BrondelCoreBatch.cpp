@@ -117,7 +117,11 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
     const bool stopForWarnings = ReportWarnings(setWarnings, strict);
     for (const std::string& note : outputs.Notes())
         std::cerr << note << std::endl;
-    if (!members.Unreadable().empty() || !setWarnings.empty() || !outputs.Notes().empty())
+    // Shown whenever something about the set was reported, or a map could not be made from it, so the
+    // messages can be read against what was really there.
+    const bool summaryShown =
+        !members.Unreadable().empty() || !setWarnings.empty() || !outputs.Notes().empty();
+    if (summaryShown)
         std::cerr << members.Summary() << std::endl;
     const int loadStatus = members.Unreadable().empty() ? 0 : 1;
 
@@ -209,6 +213,8 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
             outputs.Save(processor, ImageType::Index);
         }
     }
+    if (outputs.ExitStatus() != 0 && !summaryShown)
+        std::cerr << members.Summary() << std::endl;
     return std::max(outputs.ExitStatus(), loadStatus);
 }
 
