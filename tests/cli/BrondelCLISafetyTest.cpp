@@ -185,15 +185,17 @@ TEST(BrondelCLISafety, EveryTargetIsCheckedBeforeAnyGenerator)
     TempFolder folder;
     WriteDome(folder.File("X"));
     QDir(QString::fromStdString(folder.Path())).mkdir(QStringLiteral("taken.png"));
-    const CLIProcessResult run =
-        RunBrondelCLI(folder.Path(), {"-source", "X_Left.png", "-nSave", "missing/n.png", "-dSave",
-                                      "taken.png", "-aoSave", "ao.xyz", "-aSave", "noextension", "-iSave"});
+    const CLIProcessResult run = RunBrondelCLI(
+        folder.Path(), {"-source", "X_Left.png", "-nSave", "missing/n.png", "-dSave", "taken.png", "-aoSave",
+                        "ao.xyz", "-aSave", "noextension", "-noSave", "/proc/n.png", "-iSave"});
     EXPECT_EQ(run.status, 1);
     EXPECT_FALSE(GeneratorRan(run)) << run.out;
     for (const char* line :
          {"Couldn't save \"missing/n.png\": the folder", "Couldn't save \"taken.png\": it is a folder",
           "Couldn't save \"ao.xyz\": no image format is known for the extension .xyz",
-          "Couldn't save \"noextension\": it has no extension"})
+          "Couldn't save \"noextension\": it has no extension",
+          // Not even root may create files there.
+          "Couldn't save \"/proc/n.png\": the folder \"/proc\""})
         EXPECT_TRUE(Has(run.err, line)) << line << "\n" << run.err;
     EXPECT_FALSE(FileExists(folder.File("X_Index.png")));
 
@@ -225,11 +227,16 @@ TEST(BrondelCLISafety, OutDirQuietAndFormats)
     EXPECT_EQ(FileBytes(folder.File("maps/new/X_Normal.png")), normal);
     EXPECT_EQ(FileBytes(folder.File("maps/new/X_NormalDepth.png")), normalDepth);
 
-    // -quiet keeps the failures.
+    // -quiet takes nothing from standard error, where the failures are.
+    MakeImage(20, 20, [](int x, int y) {
+        return Colour(x / 19.0f, y / 19.0f, 0.5f, 1.0f);
+    })->SaveToDisk(folder.File("P_Diffuse.png"));
     const CLIProcessResult failing =
-        RunBrondelCLI(folder.Path(), {"-source", "X_Left.png", "-nSave", "none/n.png", "-quiet"});
+        RunBrondelCLI(folder.Path(), {"-source", "P_Diffuse.png", "-pSave", "-quiet"});
     EXPECT_EQ(failing.status, 1);
-    EXPECT_TRUE(Has(failing.err, "none/n.png"));
+    EXPECT_EQ(failing.out, "");
+    EXPECT_TRUE(Has(failing.err, "Max is 256")) << failing.err;
+    EXPECT_TRUE(Has(failing.err, "P_Palette.png")) << failing.err;
 
     // A JPG set: lossy maps are warned about; the maps that carry alpha go to PNG with four channels.
     WriteDome(folder.File("J"), ".jpg");
