@@ -202,8 +202,6 @@ std::vector<std::string> BatchOutputs::CheckTargets() const
             reason = Quoted(folder.filePath().toStdString()) + " is not a folder";
         else if (info.exists() && !info.isWritable())
             reason = "the file is not writable";
-        else if (QStorageInfo(folder.filePath()).bytesAvailable() == 0)
-            reason = "No space left on device";
         else
         {
             // The only sure test of a folder's permissions, read-only mounts and quotas is to try.
@@ -211,6 +209,8 @@ std::vector<std::string> BatchOutputs::CheckTargets() const
             if (!probe.open())
                 reason = "the folder " + Quoted(folder.filePath().toStdString()) +
                          " is not writable: " + probe.errorString().toStdString();
+            else if (QStorageInfo(folder.filePath()).bytesAvailable() == 0)
+                reason = "No space left on device";
         }
         if (!reason.empty())
             problems.push_back("Couldn't save " + Quoted(filenames[type]) + ": " + reason + ".");
