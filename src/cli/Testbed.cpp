@@ -288,7 +288,8 @@ int Testbed::RunScript(std::istream& input)
         bool done = SplitScriptLine(line, words, problem);
         if (!done)
             err << linePrefix << problem << std::endl;
-        else if (!words.empty() && FindTestbedCommand(words[0]) < 0)
+        else if (!words.empty() &&
+                 (FindTestbedCommand(words[0]) < 0 || FindTestbedCommand(words[0]) >= kTestbedCommandCount))
         {
             // In a script a mistyped word would silently skip the work the line was written for.
             const std::string suggestion = ClosestWord(words[0], candidates);
