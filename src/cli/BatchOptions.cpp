@@ -137,8 +137,9 @@ std::vector<std::string> BatchOptions::CheckWords() const
             std::size_t valueAt = 0;
             if (known->takes == Takes::Value && hasNext && !IsOptionWord(words[i + 1]))
                 valueAt = i + 1;
-            if (known->takes == Takes::OptionalFile && hasNext && !words[i + 1].empty() &&
-                words[i + 1][0] != '-')
+            // An empty file name is a value too: it asks for the default name.
+            if (known->takes == Takes::OptionalFile && hasNext &&
+                (words[i + 1].empty() || words[i + 1][0] != '-'))
                 valueAt = i + 1;
             const auto first = firstSeen.find(word);
             if (first == firstSeen.end())
