@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 namespace {
 bool Has(const std::string& text, const std::string& part)
 {
@@ -83,6 +85,15 @@ TEST(Script, PathsComeFromTheScriptsFolderAndTheFirstFailingLineStopsIt)
     EXPECT_EQ(gone.status, 1);
     EXPECT_TRUE(Has(gone.err, "line 1: loadimageset")) << gone.err;
     EXPECT_FALSE(Has(gone.err, "line 2")) << gone.err;
+
+    // A FIFO named like a member would hold the loader for ever; the set is refused instead.
+    ASSERT_EQ(mkfifo(folder.File("my art/X_Emissive.png").c_str(), 0600), 0);
+    WriteText(folder.File("fifo.txt"), "loadimageset \"my art/X_Left.png\"\n");
+    const CLIProcessResult fifo = RunBrondelCLI(folder.Path(), {"-script", "fifo.txt"}, {}, 20000);
+    EXPECT_FALSE(fifo.timedOut);
+    EXPECT_EQ(fifo.status, 1);
+    EXPECT_TRUE(Has(fifo.err, "line 1: loadimageset: \"my art/X_Emissive.png\" is not a regular file"))
+        << fifo.err;
 
     WriteText(folder.File("quote.txt"), "loadimageset \"my art/X_Left.png\n");
     const CLIProcessResult quote = RunBrondelCLI(folder.Path(), {"-script", "quote.txt"});
