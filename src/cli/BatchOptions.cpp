@@ -293,8 +293,8 @@ GenerationParameters BatchOptions::ReadParameters(std::vector<std::string>& warn
 
 std::string BatchOptions::UsageText()
 {
-    return "Usage: BrondelCLI -source <one file of the set> [save options] [settings] [-outDir DIR] "
-           "[-strict] [-quiet]\n"
+    return "Usage: BrondelCLI -source <one file of the set> [save options] [settings]\n"
+           "                  [-outDir DIR] [-strict] [-quiet]\n"
            "       BrondelCLI -script <script file, or - for standard input>\n";
 }
 
@@ -302,8 +302,21 @@ std::string BatchOptions::HelpText()
 {
     std::ostringstream help;
     help.imbue(std::locale::classic());
+    // Two columns, the right one wrapped at word ends to keep each line within 100 characters.
     const auto row = [&help](const std::string& left, const std::string& right) {
-        help << "  " << std::left << std::setw(24) << left << " " << right << "\n";
+        constexpr std::size_t kIndent = 27;
+        constexpr std::size_t kWidth = 100 - kIndent;
+        help << "  " << std::left << std::setw(kIndent - 3) << left << " ";
+        std::size_t start = 0;
+        while (right.size() - start > kWidth)
+        {
+            std::size_t end = right.rfind(' ', start + kWidth);
+            if (end == std::string::npos || end <= start)
+                end = start + kWidth;
+            help << right.substr(start, end - start) << "\n" << std::string(kIndent, ' ');
+            start = right[end] == ' ' ? end + 1 : end;
+        }
+        help << right.substr(start) << "\n";
     };
     help << "To select your input filename (and thus, the associated set of images) use:\n"
          << "-source <input filename>\n"
@@ -363,11 +376,11 @@ std::string BatchOptions::HelpText()
     row("1", "a map could not be generated or written, or a member of the set could not be read");
     row("2", "no -source, an unreadable script, or a warning under -strict");
     help << "\nEnvironment:\n";
-    row("BRONDEL_RESOURCES", "folder that holds BlankTextures (default: beside the executable, then");
-    row("", "../share/brondel beside it, then the working directory)");
-    row("BRONDEL_THREADS", "number of worker threads (default: every core); the maps are the same");
-    row("", "whatever the number");
-    row("BRONDEL_MEMORY_LIMIT", "ceiling in MiB on the generators' working memory; past it a generator");
-    row("", "fails with \"Not enough memory ...\" and the run exits 1");
+    row("BRONDEL_RESOURCES", "folder that holds BlankTextures (default: beside the executable, then "
+                             "../share/brondel beside it, then the working directory)");
+    row("BRONDEL_THREADS", "number of worker threads (default: every core); the maps are the same whatever "
+                           "the number");
+    row("BRONDEL_MEMORY_LIMIT", "ceiling in MiB on the generators' working memory; past it a generator fails "
+                                "with \"Not enough memory ...\" and the run exits 1");
     return help.str();
 }

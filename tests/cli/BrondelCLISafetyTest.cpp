@@ -263,7 +263,12 @@ TEST(BrondelCLISafety, HelpListsEveryOptionFromTheTableAndUsageGoesToStandardErr
             continue;
         const std::size_t at = help.out.find(std::string("\n  ") + description.batchOption + " ");
         ASSERT_NE(at, std::string::npos) << description.batchOption;
-        const std::string line = help.out.substr(at + 1, help.out.find('\n', at + 1) - at - 1);
+        // The entry runs to the next option; long meanings wrap onto further lines.
+        const std::string entry = help.out.substr(at + 1, help.out.find("\n  -", at + 1) - at - 1);
+        std::string line;
+        for (const char c : entry)
+            if (!(c == ' ' || c == '\n') || (!line.empty() && line.back() != ' '))
+                line += c == '\n' ? ' ' : c;
         EXPECT_TRUE(Has(line, description.meaning)) << line;
         if (description.kind == ParameterKind::Int)
         {
