@@ -1,168 +1,28 @@
 #include "sets/BrondelCore.h"
 
+#include "cli/BatchOptions.h"
+#include "cli/BatchOutputs.h"
 #include "cli/CommandLineArgumentSet.h"
-#include "core/Image.h"
+#include "cli/QuietOutput.h"
+#include "cli/SetMembers.h"
 #include "processing/ImageProcessor.h"
 
-#include <array>
-#include <cstdint>
-#include <initializer_list>
+#include <QDir>
+
+#include <algorithm>
 #include <iostream>
 #include <locale>
 #include <sstream>
+#include <string>
+#include <vector>
 
 namespace {
-struct OutputOption
+// Prints each warning on standard error; under -strict they are errors, and the answer is true: stop.
+bool ReportWarnings(const std::vector<std::string>& warnings, bool strict)
 {
-    const char* option;
-    ImageType type;
-    const char* description;
-};
-
-constexpr std::array<OutputOption, 8> kOutputOptions = {{
-    {"-nSave", ImageType::Normal, "normal map"},
-    {"-noSave", ImageType::NormalOpacity, "normal map with opacity"},
-    {"-dSave", ImageType::Depth, "depth map"},
-    {"-ndSave", ImageType::NormalDepth, "normal map with depth"},
-    {"-aoSave", ImageType::AO, "ambient occlusion map"},
-    {"-aSave", ImageType::Aniso, "anisotropy map"},
-    {"-pSave", ImageType::Palette, "palette map"},
-    {"-iSave", ImageType::Index, "index map"},
-}};
-
-// The outputs one batch run was asked for, where each goes, and whether each got written. Every
-// output that does not reach its file is reported on standard error and makes the run fail.
-class BatchOutputs
-{
-public:
-    BatchOutputs(const CommandLineArgumentSet& arguments, const ImageSet& set, const SuffixSet& suffixes)
-    {
-        for (const OutputOption& output : kOutputOptions)
-        {
-            if (!arguments.HasArgument(output.option))
-                continue;
-            requested[output.type] = true;
-            // The filename is optional: absent, empty or another option means the set's default name.
-            std::string name;
-            try
-            {
-                name = arguments.GetStringArg(output.option);
-            }
-            catch (const Exception_CLI&)
-            {}
-            filenames[output.type] = name.empty() ? set.GetFilenameOfType(output.type, suffixes) : name;
-        }
-    }
-
-    bool Requested(ImageType type) const { return requested[type]; }
-    bool AnyRequested() const
-    {
-        for (const bool wanted : requested)
-            if (wanted)
-                return true;
-        return false;
-    }
-
-    // Maps already in the set's folder are loaded as inputs; only what this run writes over them counts
-    // as generated, so a failed generator never saves a stale file under a fresh name.
-    void RememberLoadedImages(const ImageProcessor& processor)
-    {
-        for (int type = 0; type < kImageTypeCount; ++type)
-        {
-            const Image* image = processor.GetImage(static_cast<ImageType>(type));
-            loadedRevisions[static_cast<std::size_t>(type)] = image ? image->GetRevision() : 0;
-        }
-    }
-
-    void Fail(ImageType type, const std::string& reason)
-    {
-        if (!requested[type])
-            return;
-        std::cerr << "Couldn't save \"" << filenames[type] << "\": " << reason << std::endl;
-        ++failures;
-    }
-
-    void FailAll(std::initializer_list<ImageType> types, const std::string& reason)
-    {
-        for (const ImageType type : types)
-            Fail(type, reason);
-    }
-
-    void Save(const ImageProcessor& processor, ImageType type)
-    {
-        if (!requested[type])
-            return;
-        const Image* image = processor.GetImage(type);
-        if (!image || !processor.IsLoaded(type) ||
-            image->GetRevision() == loadedRevisions[static_cast<std::size_t>(type)])
-        {
-            Fail(type, std::string("the ") + Describe(type) + " could not be generated.");
-            return;
-        }
-        std::string error;
-        if (!image->SaveToDisk(filenames[type], &error))
-            Fail(type, error);
-    }
-
-    int ExitStatus() const { return failures > 0 ? 1 : 0; }
-
-private:
-    static const char* Describe(ImageType type)
-    {
-        for (const OutputOption& output : kOutputOptions)
-            if (output.type == type)
-                return output.description;
-        return "image";
-    }
-
-    std::array<bool, kImageTypeCount> requested{};
-    std::array<std::string, kImageTypeCount> filenames;
-    std::array<std::uint64_t, kImageTypeCount> loadedRevisions{};
-    int failures = 0;
-};
-
-// The batch settings: every option of the parameter table that is present and readable, the batch
-// default for the rest. Unreadable and out-of-range values fall back silently, like absent ones.
-GenerationParameters ReadBatchParameters(const CommandLineArgumentSet& arguments)
-{
-    GenerationParameters parameters = BatchDefaults();
-    for (const ParameterDescription& description : GenerationParameterTable())
-    {
-        const char* option = description.batchOption;
-        if (option == nullptr)
-            continue;
-        try
-        {
-            switch (description.kind)
-            {
-            case ParameterKind::Float:
-                description.set(parameters,
-                                arguments.GetFloatArg(option, static_cast<float>(description.minimum),
-                                                      static_cast<float>(description.maximum)));
-                break;
-            case ParameterKind::Int:
-                description.set(parameters, arguments.GetIntArg(option, static_cast<int>(description.minimum),
-                                                                static_cast<int>(description.maximum)));
-                break;
-            case ParameterKind::Flag:
-                description.set(parameters, arguments.HasArgument(option) ? 1.0 : 0.0);
-                break;
-            case ParameterKind::Choice:
-            {
-                const std::string word = arguments.GetStringArg(option);
-                for (std::size_t position = 0; position < description.choices.size(); ++position)
-                    if (word == description.choices[position])
-                        description.set(parameters, static_cast<double>(position));
-                break;
-            }
-            }
-        }
-        catch (const Exception_CLI&)
-        {}
-    }
-    // Batch depth never has painted edges to respect, whatever the command line says.
-    parameters.depth.respectSelectedEdges = false;
-    return parameters;
+    for (const std::string& warning : warnings)
+        std::cerr << (strict ? "Error: " : "Warning: ") << warning << std::endl;
+    return strict && !warnings.empty();
 }
 
 // One generation stage of the run inside the failure boundary: what goes wrong is told on standard error
@@ -204,8 +64,9 @@ void BrondelCore::PrintCLIHelp()
 
 int BrondelCore::HandleCLIInstance(char** argv, int argc)
 {
-    std::cout << "---Brondel CLI---" << std::endl;
     const CommandLineArgumentSet arguments(argv, argc);
+    const QuietOutput quiet(arguments.HasArgument("-quiet"));
+    std::cout << "---Brondel CLI---" << std::endl;
     // The run has a processor of its own, logging to standard output, and leaves the loaded sets alone.
     LogOutput batchLog;
     ImageProcessor processor(messageCallback, rootPath, &batchLog);
@@ -218,12 +79,36 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
     catch (const Exception_CLI&)
     {
         PrintCLIHelp();
+        std::cerr << "No input: name any one file of the image set with -source.\n"
+                  << BatchOptions::UsageText() << "BrondelCLI --help lists every option." << std::endl;
         return 2;
     }
     std::cout << "File input set to \"" << source << "\"" << std::endl;
 
+    // Everything about the command line is known before anything is loaded; under -strict a single
+    // doubt stops the run here.
+    const bool strict = arguments.HasArgument("-strict");
+    const BatchOptions options(arguments);
+    std::vector<std::string> warnings = options.CheckWords();
+    // The run's own settings: the core's interactive parameters stay as they were.
+    const GenerationParameters batch = options.ReadParameters(warnings);
+    std::string outputFolder;
+    if (arguments.HasArgument("-outDir"))
+    {
+        try
+        {
+            outputFolder = arguments.GetStringArg("-outDir");
+        }
+        catch (const Exception_CLI&)
+        {}
+        if (outputFolder.empty())
+            warnings.push_back("-outDir has no folder; the maps go beside the inputs");
+    }
+    if (ReportWarnings(warnings, strict))
+        return 2;
+
     const ImageSet set(WithExplicitFolder(source), suffixes, !IsRunningWindows());
-    BatchOutputs outputs(arguments, set, suffixes);
+    BatchOutputs outputs(arguments, set, suffixes, outputFolder);
     // Without a suffix there is no set: its member names would point at unrelated files.
     if (!set.isValid)
     {
@@ -233,10 +118,25 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
                   << std::endl;
         return outputs.AnyRequested() ? 1 : 0;
     }
-    std::array<std::string, kImageTypeCount> filenames;
-    for (int type = 0; type < kImageTypeCount; ++type)
-        filenames[type] = set.GetFilenameOfType(static_cast<ImageType>(type), suffixes);
-    processor.LoadImageSetByName(filenames, false);
+    SetMembers members(set, suffixes, source);
+    processor.LoadImageSetByName(members.FilesToLoad(), false);
+    members.Examine(processor);
+    for (const std::string& line : members.Unreadable())
+        std::cerr << line << std::endl;
+    std::vector<std::string> setWarnings = members.Warnings();
+    for (const std::string& warning : outputs.FormatWarnings())
+        setWarnings.push_back(warning);
+    const bool stopForWarnings = ReportWarnings(setWarnings, strict);
+    for (const std::string& note : outputs.Notes())
+        std::cerr << note << std::endl;
+    // Shown whenever something about the set was reported, or a map could not be made from it, so the
+    // messages can be read against what was really there.
+    const bool summaryShown =
+        !members.Unreadable().empty() || !setWarnings.empty() || !outputs.Notes().empty();
+    if (summaryShown)
+        std::cerr << members.Summary() << std::endl;
+    const int loadStatus = members.Unreadable().empty() ? 0 : 1;
+
     bool anyLoaded = false;
     for (int type = 0; type < kImageTypeCount; ++type)
         anyLoaded = anyLoaded || processor.IsLoaded(static_cast<ImageType>(type));
@@ -244,11 +144,26 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
     {
         std::cerr << "None of the images of the set \"" << set.baseName << "\" could be read (such as \""
                   << set.GetFilenameOfType(ImageType::Left, suffixes) << "\")." << std::endl;
-        return outputs.AnyRequested() ? 1 : 0;
+        return outputs.AnyRequested() ? 1 : loadStatus;
+    }
+    if (stopForWarnings)
+        return 2;
+
+    // Every target is checked before the first generator runs: a slip in a name must cost nothing.
+    std::vector<std::string> refusals = outputs.CheckNames(members);
+    if (refusals.empty() && !outputFolder.empty() && outputs.AnyRequested() &&
+        !QDir().mkpath(QString::fromUtf8(outputFolder.c_str())))
+        refusals.push_back("Couldn't create the output folder \"" + outputFolder + "\".");
+    if (refusals.empty())
+        refusals = outputs.CheckTargets();
+    if (!refusals.empty())
+    {
+        for (const std::string& line : refusals)
+            std::cerr << line << std::endl;
+        std::cerr << "Nothing was generated or written." << std::endl;
+        return 1;
     }
     outputs.RememberLoadedImages(processor);
-    // The run's own settings: the core's interactive parameters stay as they were.
-    const GenerationParameters batch = ReadBatchParameters(arguments);
 
     const bool normalsWanted =
         outputs.Requested(ImageType::Normal) || outputs.Requested(ImageType::NormalOpacity);
@@ -329,7 +244,9 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
             outputs.Save(processor, ImageType::Index);
         }
     }
-    return outputs.ExitStatus();
+    if (outputs.ExitStatus() != 0 && !summaryShown)
+        std::cerr << members.Summary() << std::endl;
+    return std::max(outputs.ExitStatus(), loadStatus);
 }
 
 std::string BrondelCore::GetNormalCLIParams() const

@@ -1,5 +1,7 @@
 #include "cli/CommandLineArgumentSet.h"
 
+#include <algorithm>
+#include <cctype>
 #include <charconv>
 
 const char* Exception_CLI::what() const noexcept
@@ -99,6 +101,76 @@ float ParseFloatArg(const std::string& text, float min, float max)
     if (result.ec != std::errc() || !(value >= min && value <= max))
         throw Exception_CLI();
     return value;
+}
+
+bool IsCompleteNumber(const std::string& text, bool whole)
+{
+    const char* start = NumberStart(text);
+    if (!start)
+        return false;
+    const char* end = text.c_str() + text.size();
+    std::from_chars_result result{};
+    if (whole)
+    {
+        int value = 0;
+        result = std::from_chars(start, end, value, 10);
+    }
+    else
+    {
+        float value = 0.0f;
+        result = std::from_chars(start, end, value);
+    }
+    return result.ec == std::errc() && result.ptr == end;
+}
+
+namespace {
+std::string Lower(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
+}
+
+std::size_t EditDistance(const std::string& a, const std::string& b)
+{
+    std::vector<std::size_t> row(b.size() + 1);
+    for (std::size_t j = 0; j <= b.size(); ++j)
+        row[j] = j;
+    for (std::size_t i = 1; i <= a.size(); ++i)
+    {
+        std::size_t diagonal = row[0];
+        row[0] = i;
+        for (std::size_t j = 1; j <= b.size(); ++j)
+        {
+            const std::size_t above = row[j];
+            row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0 : 1)});
+            diagonal = above;
+        }
+    }
+    return row[b.size()];
+}
+} // namespace
+
+std::string ClosestWord(const std::string& word, const std::vector<std::string>& candidates)
+{
+    const std::string lower = Lower(word);
+    for (const std::string& candidate : candidates)
+        if (Lower(candidate) == lower)
+            return candidate;
+    // Case is ignored for the distance too: "-DSAVE" and "-dsave" are the same slip. A third of the
+    // word's length allows a doubled or dropped letter in a short option but not a different option.
+    std::string best;
+    std::size_t bestDistance = std::max<std::size_t>(1, word.size() / 3) + 1;
+    for (const std::string& candidate : candidates)
+    {
+        const std::size_t distance = EditDistance(lower, Lower(candidate));
+        if (distance < bestDistance)
+        {
+            best = candidate;
+            bestDistance = distance;
+        }
+    }
+    return best;
 }
 
 std::string WithExplicitFolder(const std::string& filename)

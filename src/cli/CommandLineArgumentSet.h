@@ -23,6 +23,7 @@ public:
     std::string GetStringArg(std::string name) const;
     int GetIntArg(std::string name, int min, int max) const;
     float GetFloatArg(std::string name, float min, float max) const;
+    const std::vector<std::string>& Words() const { return arguments; }
 
 private:
     const std::string& ValueAfter(const std::string& name) const;
@@ -34,6 +35,13 @@ private:
 // but independent of the process locale, range-checked inclusively; any failure throws Exception_CLI.
 int ParseIntArg(const std::string& text, int min, int max);
 float ParseFloatArg(const std::string& text, float min, float max);
+// True when the conversions above would read the whole text as one number: "1e9" as a whole number,
+// or "0,5" as any number, leaves text unread that the user probably meant.
+bool IsCompleteNumber(const std::string& text, bool whole);
+
+// The candidate a mistyped word most probably meant: the same word in another case, else the nearest
+// by edit distance when it is close enough to be a slip; empty when none is.
+std::string ClosestWord(const std::string& word, const std::vector<std::string>& candidates);
 
 // A file name with no folder, made relative to the working directory ("Head_Left.png" becomes
 // "./Head_Left.png"): set naming always puts a folder before the base name, and a bare name would

@@ -1,12 +1,18 @@
 #include "cli/Testbed.h"
 
 #include "cli/CommandLineArgumentSet.h"
+#include "cli/SetMembers.h"
 #include "core/Image.h"
+#include "processing/ImageProcessor.h"
+#include "sets/ImageSet.h"
 #include "sets/StringHelpers.h"
+
+#include <QFileInfo>
 
 #include <cassert>
 #include <fstream>
 #include <iostream>
+#include <memory>
 #include <sstream>
 
 namespace {
@@ -55,16 +61,11 @@ const std::array<const char*, kTestbedSlotCount> kCommandWords = {
     // The remaining 60 slots are empty (value-initialised to null, read as "").
 };
 
-const std::array<const char*, kImageTypeCount> kTypeNames = {
-    "Top",      "Bottom",      "Left",          "Right", "Front",   "Diffuse",
-    "Specular", "Emissive",    "Silhouette",    "Flow",  "Palette", "Normal",
-    "Depth",    "NormalDepth", "NormalOpacity", "AO",    "Aniso",   "Index"};
-
 // A kind by its name (any case) or its number.
 bool ParseType(const std::string& text, ImageType& type)
 {
     for (int index = 0; index < kImageTypeCount; ++index)
-        if (MakeLower(text) == MakeLower(kTypeNames[static_cast<std::size_t>(index)]))
+        if (MakeLower(text) == MakeLower(ImageTypeName(static_cast<ImageType>(index))))
         {
             type = static_cast<ImageType>(index);
             return true;
@@ -93,11 +94,6 @@ bool ParseBool(const std::string& text, bool& value)
     return true;
 }
 
-std::string TypeName(ImageType type)
-{
-    return kTypeNames[static_cast<std::size_t>(type)];
-}
-
 BrondelCore::SaveOutcome Worse(BrondelCore::SaveOutcome a, BrondelCore::SaveOutcome b)
 {
     using Outcome = BrondelCore::SaveOutcome;
@@ -123,6 +119,53 @@ int FindTestbedCommand(const std::string& word)
             return slot;
     }
     return -1;
+}
+
+std::string TestbedCommandWord(int slot)
+{
+    if (slot < 0 || slot >= kTestbedSlotCount)
+        return {};
+    const char* entry = kCommandWords[static_cast<std::size_t>(slot)];
+    return entry ? entry : "";
+}
+
+bool SplitScriptLine(const std::string& line, std::vector<std::string>& words, std::string& error)
+{
+    words.clear();
+    std::string text = line;
+    if (!text.empty() && text.back() == '\r')
+        text.pop_back();
+    std::size_t i = 0;
+    while (i < text.size())
+    {
+        if (text[i] == ' ' || text[i] == '\t')
+        {
+            ++i;
+            continue;
+        }
+        if (text[i] == '#')
+            break;
+        std::string word;
+        // A word may mix quoted and plain pieces: "my art"/Head_Left.png is one word.
+        while (i < text.size() && text[i] != ' ' && text[i] != '\t')
+        {
+            if (text[i] != '"')
+            {
+                word += text[i++];
+                continue;
+            }
+            const std::size_t close = text.find('"', i + 1);
+            if (close == std::string::npos)
+            {
+                error = "a double quote is not closed";
+                return false;
+            }
+            word += text.substr(i + 1, close - i - 1);
+            i = close + 1;
+        }
+        words.push_back(word);
+    }
+    return true;
 }
 
 Testbed::Testbed(BrondelCore& target, std::ostream& output, std::ostream& errors)
@@ -188,8 +231,16 @@ void Testbed::Bind(const char* word, Action action)
 
 bool Testbed::Error(const std::string& word, const std::string& text) const
 {
-    err << word << ": " << text << std::endl;
+    err << linePrefix << word << ": " << text << std::endl;
+    ++errorCount;
     return false;
+}
+
+std::string Testbed::InScriptFolder(const std::string& filename) const
+{
+    if (scriptFolder.empty() || filename.empty() || filename[0] == '/')
+        return filename;
+    return scriptFolder + "/" + filename;
 }
 
 bool Testbed::RequireSet(const std::string& word) const
@@ -201,7 +252,11 @@ bool Testbed::RequireSet(const std::string& word) const
 
 bool Testbed::HandleTestbedInput(std::string line)
 {
-    const std::vector<std::string> tokens = TokeniseByChar(line, ' ');
+    return RunCommand(TokeniseByChar(line, ' '));
+}
+
+bool Testbed::RunCommand(const std::vector<std::string>& tokens)
+{
     if (tokens.empty())
         return true;
     const int slot = FindTestbedCommand(tokens[0]);
@@ -217,16 +272,48 @@ bool Testbed::HandleTestbedInput(std::string line)
 
 int Testbed::RunScript(std::istream& input)
 {
-    int failures = 0;
+    std::vector<std::string> candidates;
+    candidates.reserve(kTestbedCommandCount);
+    for (int slot = 0; slot < kTestbedCommandCount; ++slot)
+        candidates.push_back(TestbedCommandWord(slot));
     std::string line;
-    while (std::getline(input, line))
+    for (int number = 1; std::getline(input, line); ++number)
     {
-        if (!line.empty() && line.back() == '\r')
-            line.pop_back();
-        if (!HandleTestbedInput(line))
-            ++failures;
+        // Editors on Windows start a UTF-8 file with a byte-order mark.
+        if (number == 1 && line.rfind("\xEF\xBB\xBF", 0) == 0)
+            line.erase(0, 3);
+        linePrefix = "line " + std::to_string(number) + ": ";
+        std::vector<std::string> words;
+        std::string problem;
+        bool done = SplitScriptLine(line, words, problem);
+        if (!done)
+            err << linePrefix << problem << std::endl;
+        else if (!words.empty() &&
+                 (FindTestbedCommand(words[0]) < 0 || FindTestbedCommand(words[0]) >= kTestbedCommandCount))
+        {
+            // In a script a mistyped word would silently skip the work the line was written for.
+            const std::string suggestion = ClosestWord(words[0], candidates);
+            err << linePrefix << "unknown command \"" << words[0] << "\""
+                << (suggestion.empty() ? std::string() : "; did you mean " + suggestion + "?") << std::endl;
+            done = false;
+        }
+        else
+        {
+            const int errorsBefore = errorCount;
+            done = RunCommand(words);
+            // A failure the core reported through its message callback has no line number of its own.
+            if (!done && errorCount == errorsBefore)
+                err << linePrefix << words[0] << " failed" << std::endl;
+        }
+        if (!done)
+        {
+            err << "The script stopped at line " << number << "." << std::endl;
+            linePrefix.clear();
+            return 1;
+        }
     }
-    return failures;
+    linePrefix.clear();
+    return 0;
 }
 
 // --- Argument readers shared by the settings
@@ -293,10 +380,30 @@ bool Testbed::LoadSets(const std::string& word, const Arguments& arguments)
     if (arguments.empty())
         return Error(word, "expects the filename of one member of each set to load");
     bool allRead = true;
-    for (const std::string& filename : arguments)
+    const SuffixSet suffixes;
+    for (const std::string& argument : arguments)
     {
+        const std::string filename = WithExplicitFolder(InScriptFolder(argument));
+        const ImageSet set(filename, suffixes, !BrondelCore::IsRunningWindows());
+        std::unique_ptr<SetMembers> members;
+        if (set.isValid)
+        {
+            // Looked at before loading: a FIFO named like a member would block the loader for ever.
+            members = std::make_unique<SetMembers>(set, suffixes, filename);
+            if (members->AnyUnopenable())
+            {
+                for (int type = 0; type < kImageTypeCount; ++type)
+                    if (members->Exists(static_cast<ImageType>(type)) &&
+                        !QFileInfo(QString::fromUtf8(members->Filename(static_cast<ImageType>(type)).c_str()))
+                             .isFile())
+                        Error(word, "\"" + members->Filename(static_cast<ImageType>(type)) +
+                                        "\" is not a regular file; the set was not loaded");
+                allRead = false;
+                continue;
+            }
+        }
         const int messagesBefore = messageCount;
-        core.LoadImageSet(WithExplicitFolder(filename));
+        core.LoadImageSet(filename);
         if (messageCount != messagesBefore)
         {
             allRead = false;
@@ -306,7 +413,18 @@ bool Testbed::LoadSets(const std::string& word, const Arguments& arguments)
         for (int type = 0; type < kImageTypeCount; ++type)
             anyLoaded = anyLoaded || core.HasNonDefaultImageOfType(static_cast<ImageType>(type));
         if (!anyLoaded)
-            allRead = Error(word, "none of the images of the set of \"" + filename + "\" could be read");
+        {
+            allRead = Error(word, "none of the images of the set of \"" + argument + "\" could be read");
+            continue;
+        }
+        if (members && core.GetCurrentProcessor())
+        {
+            members->Examine(*core.GetCurrentProcessor());
+            for (const std::string& warning : members->Warnings())
+                err << linePrefix << "warning: " << warning << std::endl;
+            for (const std::string& line : members->Unreadable())
+                allRead = Error(word, line);
+        }
     }
     return allRead;
 }
@@ -318,9 +436,13 @@ bool Testbed::LoadImage(const std::string& word, const Arguments& arguments)
         return Error(word, "expects a filename and an image kind (such as Left or Diffuse)");
     if (!core.GetCurrentProcessor())
         return Error(word, "no image set is loaded (use loadimageset first)");
-    core.LoadImageOfType(arguments[0], type);
+    const std::string filename = InScriptFolder(arguments[0]);
+    if (QFileInfo(QString::fromUtf8(filename.c_str())).exists() &&
+        !QFileInfo(QString::fromUtf8(filename.c_str())).isFile())
+        return Error(word, "\"" + filename + "\" is not a regular file");
+    core.LoadImageOfType(filename, type);
     if (!core.HasNonDefaultImageOfType(type))
-        return Error(word, "couldn't read \"" + arguments[0] + "\"");
+        return Error(word, "couldn't read \"" + filename + "\"");
     return true;
 }
 
@@ -343,7 +465,7 @@ bool Testbed::ExamineImage(const std::string& word, const Arguments& arguments)
     if (!RequireSet(word))
         return false;
     const Image* image = core.GetCurrentBitmapByType(type);
-    out << TypeName(type) << ": ";
+    out << ImageTypeName(type) << ": ";
     if (!image || !image->HasPlanes())
         out << "no image";
     else
@@ -406,11 +528,11 @@ Testbed::Action Testbed::SaveMap(ImageType type)
             return Error(word, "expects at most one filename");
         if (!RequireSet(word))
             return false;
-        const BrondelCore::SaveOutcome outcome = arguments.empty()
-                                                     ? SaveWithDefaultNames({type})
-                                                     : core.SaveCurrentImageByType(type, arguments[0]);
+        const BrondelCore::SaveOutcome outcome =
+            arguments.empty() ? SaveWithDefaultNames({type})
+                              : core.SaveCurrentImageByType(type, InScriptFolder(arguments[0]));
         if (outcome == BrondelCore::SaveOutcome::NothingToSave)
-            return Error(word, "the current set has no " + TypeName(type) + " map to save");
+            return Error(word, "the current set has no " + ImageTypeName(type) + " map to save");
         return outcome == BrondelCore::SaveOutcome::Saved;
     };
 }
@@ -420,6 +542,8 @@ int RunTestbedScript(BrondelCore& core, const std::string& path)
     Testbed testbed(core, std::cout, std::cerr);
     if (path == "-")
         return testbed.RunScript(std::cin) > 0 ? 1 : 0;
+    // A script names its files as seen from its own folder, wherever it is run from.
+    testbed.SetScriptFolder(GetDirectoryWithoutFilename(path));
     std::ifstream file(path);
     if (!file)
     {

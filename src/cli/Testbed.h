@@ -17,6 +17,14 @@ inline constexpr int kTestbedSlotCount = 99;
 // Slot of a command word in the test bed's table: 0 to 38 for the command words, compared exactly;
 // an empty word lands on the first empty slot (39); anything else gives -1.
 int FindTestbedCommand(const std::string& word);
+// The command word of a slot, for listings; empty for the empty slots.
+std::string TestbedCommandWord(int slot);
+
+// Splits one script line into words: any run of spaces or tabs separates them, double quotes keep a
+// word with spaces together ("my art/Head_Left.png", "" for an empty word), and a # that starts a word
+// comments out the rest of the line. A trailing carriage return is dropped. Returns false, with the
+// reason in error, for an unterminated quote.
+bool SplitScriptLine(const std::string& line, std::vector<std::string>& words, std::string& error);
 
 // Runs test-bed command lines against a core, so a job over several sets can be scripted. Each
 // command word drives the core operation or setting it names, with its arguments after it; a bad
@@ -34,13 +42,20 @@ public:
     // Runs one line. False when the command was refused or its work failed; lines that are not
     // commands are ignored and count as fine.
     bool HandleTestbedInput(std::string line);
-    // Runs every line; returns how many failed.
+    // Runs a script: lines split by SplitScriptLine, a byte-order mark at the start skipped. The first
+    // line that fails, or names no command, stops it with "line N: ..." on the error stream. Returns
+    // how many lines failed (0 or 1).
     int RunScript(std::istream& input);
+    // Relative file names of the commands are taken from this folder (the script's); empty for the
+    // working directory.
+    void SetScriptFolder(std::string folder) { scriptFolder = std::move(folder); }
 
 private:
     using Arguments = std::vector<std::string>;
     using Action = std::function<bool(const std::string& word, const Arguments& arguments)>;
 
+    bool RunCommand(const std::vector<std::string>& tokens);
+    std::string InScriptFolder(const std::string& filename) const;
     void Bind(const char* word, Action action);
     bool Error(const std::string& word, const std::string& text) const;
     bool RequireSet(const std::string& word) const;
@@ -63,11 +78,14 @@ private:
     std::ostream& err;
     BrondelCore::MessageCallback previousCallback;
     int messageCount = 0;
+    mutable int errorCount = 0;
+    std::string scriptFolder;
+    std::string linePrefix; // "line N: " while a script runs
     bool processAllSets = false;
     bool saveAllSets = false;
     std::array<Action, kTestbedCommandCount> actions;
 };
 
 // Runs a script file ("-" for standard input) through a test bed; returns 0 when every line
-// succeeded, 1 when some failed, 2 when the script cannot be read.
+// succeeded, 1 when a line failed, 2 when the script cannot be read.
 int RunTestbedScript(BrondelCore& core, const std::string& path);

@@ -255,7 +255,7 @@ PlaneView<std::uint8_t> Image::AlphaView()
     return {alpha->bits(), static_cast<int>(alpha->bytesPerLine()), alpha->width(), alpha->height()};
 }
 
-bool Image::SaveToDisk(std::string filename, std::string* errorText) const
+bool Image::SaveToDisk(std::string filename, std::string* errorText, bool keepAlpha) const
 {
     const auto fail = [errorText](const QString& reason) {
         if (errorText)
@@ -273,7 +273,7 @@ bool Image::SaveToDisk(std::string filename, std::string* errorText) const
     // Fully opaque images are written without alpha. Otherwise the colour is stored exactly as the
     // colour plane holds it, even where alpha is 0: a normal-depth map keeps its normals under zero
     // depth. (QImage::setAlphaChannel would premultiply and erase them.)
-    bool opaque = true;
+    bool opaque = !keepAlpha;
     const PlaneView<const std::uint8_t> a = AlphaView();
     for (int y = 0; y < a.height && opaque; ++y)
         for (int x = 0; x < a.width; ++x)
@@ -292,9 +292,12 @@ bool Image::SaveToDisk(std::string filename, std::string* errorText) const
         if (png.empty() ||
             file.write(png.data(), static_cast<qint64>(png.size())) != static_cast<qint64>(png.size()))
         {
+            // Read before cancelling: afterwards the file only says "Writing canceled by application"
+            // instead of the system's reason, such as a full disk.
+            const QString reason =
+                png.empty() ? QStringLiteral("the image could not be compressed") : file.errorString();
             file.cancelWriting();
-            return fail(png.empty() ? QStringLiteral("the image could not be compressed")
-                                    : file.errorString());
+            return fail(reason);
         }
     }
     else
@@ -320,8 +323,10 @@ bool Image::SaveToDisk(std::string filename, std::string* errorText) const
         QImageWriter writer(&file, format);
         if (!writer.write(out))
         {
+            const QString reason =
+                file.error() != QFileDevice::NoError ? file.errorString() : writer.errorString();
             file.cancelWriting();
-            return fail(writer.errorString());
+            return fail(reason);
         }
     }
     if (!file.commit())

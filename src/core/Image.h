@@ -56,8 +56,9 @@ public:
 
     // Writes the file through a QSaveFile, so an existing file is replaced whole or not at all.
     // Colour is kept exactly where alpha is 0. On failure returns false and, when given, fills
-    // errorText with the reason.
-    bool SaveToDisk(std::string filename, std::string* errorText = nullptr) const;
+    // errorText with the reason. An opaque image is written without alpha unless keepAlpha asks for
+    // four channels whatever the pixels hold (maps whose readers expect RGBA).
+    bool SaveToDisk(std::string filename, std::string* errorText = nullptr, bool keepAlpha = false) const;
 
     // Sampler state, not pixels: the preview's texture cache applies both every time it binds the
     // texture, so changing them never moves the revision and never costs a re-upload of the pixels.
