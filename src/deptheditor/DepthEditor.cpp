@@ -95,7 +95,8 @@ void DepthEditor::LeftMouseClick(Vector2D position)
     }
     else
     {
-        auto stroke = std::make_unique<DepthEditorEdgeSelect>(width, height, edges.GetXEdges(), edges.GetYEdges());
+        auto stroke =
+            std::make_unique<DepthEditorEdgeSelect>(width, height, edges.GetXEdges(), edges.GetYEdges());
         edgeStroke = stroke.get();
         commandInProgress = std::move(stroke);
     }
@@ -308,7 +309,8 @@ void DepthEditor::ChangeEdges(const EdgeArray* newFlags, bool replace)
 void DepthEditor::RemoveSpecks()
 {
     FinishDrag();
-    auto command = std::make_unique<DepthEditorEdgeSelect>(width, height, edges.GetXEdges(), edges.GetYEdges());
+    auto command =
+        std::make_unique<DepthEditorEdgeSelect>(width, height, edges.GetXEdges(), edges.GetYEdges());
     edges.RemoveSpecks(command.get());
     command->Finalise();
     // The edge array repainted its whole image, but only the removed specks' block differs.
@@ -489,7 +491,8 @@ void DepthEditor::SwapSelectionBlocks(std::vector<SwapBlock<float>>& blocks)
 void DepthEditor::SwapEdgeBlocks(std::vector<SwapBlock<bool>>& xBlocks, std::vector<SwapBlock<bool>>& yBlocks)
 {
     PixelRect changed;
-    for (auto [blocks, flags] : {std::pair{&xBlocks, edges.GetXEdges()}, std::pair{&yBlocks, edges.GetYEdges()}})
+    for (auto [blocks, flags] :
+         {std::pair{&xBlocks, edges.GetXEdges()}, std::pair{&yBlocks, edges.GetYEdges()}})
         for (SwapBlock<bool>& block : *blocks)
         {
             const PixelRect rect = block.GetRect();

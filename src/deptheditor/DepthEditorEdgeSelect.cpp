@@ -7,8 +7,7 @@
 DepthEditorEdgeSelect::DepthEditorEdgeSelect(int arrayWidth, int arrayHeight, const bool* xEdges,
                                              const bool* yEdges)
     : DepthEditorCommand(State::Recording), width(std::max(0, arrayWidth)), height(std::max(0, arrayHeight)),
-      liveX(xEdges), liveY(yEdges), recordX(width, height, xEdges),
-      recordY(width, height, yEdges)
+      liveX(xEdges), liveY(yEdges), recordX(width, height, xEdges), recordY(width, height, yEdges)
 {}
 
 bool DepthEditorEdgeSelect::SelectPixel(int x, int y, bool lowerEdge, bool value)

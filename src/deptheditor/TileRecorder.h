@@ -36,7 +36,8 @@ public:
             const int x0 = x / kTileSize * kTileSize;
             const int y0 = y / kTileSize * kTileSize;
             const PixelRect area = PixelRect{x0, y0, kTileSize, kTileSize}.ClippedTo(width, height);
-            tile.values = std::make_unique_for_overwrite<T[]>(static_cast<std::size_t>(kTileSize) * kTileSize);
+            tile.values =
+                std::make_unique_for_overwrite<T[]>(static_cast<std::size_t>(kTileSize) * kTileSize);
             for (int j = 0; j < area.height; ++j)
             {
                 const T* row = live + static_cast<std::size_t>(y0 + j) * width + x0;
@@ -65,7 +66,8 @@ public:
             auto block = std::make_unique_for_overwrite<T[]>(rect.Area());
             for (int j = 0; j < rect.height; ++j)
             {
-                const T* row = tile.values.get() + static_cast<std::size_t>((rect.y + j) % kTileSize) * kTileSize +
+                const T* row = tile.values.get() +
+                               static_cast<std::size_t>((rect.y + j) % kTileSize) * kTileSize +
                                rect.x % kTileSize;
                 std::copy(row, row + rect.width, block.get() + static_cast<std::size_t>(j) * rect.width);
             }

@@ -1,9 +1,9 @@
+#include "EditedSet.h"
 #include "deptheditor/DepthEditor.h"
 #include "deptheditor/DepthEditorCommand.h"
 #include "deptheditor/DepthEditorExpand.h"
 #include "deptheditor/DepthEditorShift.h"
 #include "support/TestImages.h"
-#include "EditedSet.h"
 
 #include <gtest/gtest.h>
 
@@ -33,12 +33,17 @@ struct BusySet : EditedSet
 TEST(DepthEditorHistory, EveryCommandUndoesAndRedoesToTheSameBytes)
 {
     const std::vector<std::pair<std::string, std::function<void(BusySet&)>>> steps = {
-        {"paint", [](BusySet& s) { s.Drag({{30.5f, 5.5f}, {33.5f, 9.5f}}); }},
-        {"remove", [](BusySet& s) {
+        {"paint",
+         [](BusySet& s) {
+             s.Drag({{30.5f, 5.5f}, {33.5f, 9.5f}});
+         }},
+        {"remove",
+         [](BusySet& s) {
              s.editor->SetPaintingIntensity(-0.7f);
              s.Dab(12, 11);
          }},
-        {"edges", [](BusySet& s) {
+        {"edges",
+         [](BusySet& s) {
              s.editor->SetMode(DepthEditMode::RemoveEdges);
              s.Drag({{21.5f, 20.8f}, {5.9f, 5.5f}});
          }},
@@ -46,8 +51,10 @@ TEST(DepthEditorHistory, EveryCommandUndoesAndRedoesToTheSameBytes)
         {"grow", [](BusySet& s) { s.editor->ExpandSelection(0.05f); }},
         {"shift", [](BusySet& s) { s.editor->ShiftSelection(3.7f); }},
         {"back", [](BusySet& s) { s.editor->ShiftSelection(-0.9f); }},
-        {"detect", [](BusySet& s) {
-             auto silhouette = MakeGrey(40, 30, [](int x, int y) { return (x / 5 + y / 4) % 2 ? 1.0f : 0.0f; });
+        {"detect",
+         [](BusySet& s) {
+             auto silhouette =
+                 MakeGrey(40, 30, [](int x, int y) { return (x / 5 + y / 4) % 2 ? 1.0f : 0.0f; });
              s.editor->FindSilhouetteEdges(silhouette.get(), 0.5f, true);
          }},
         {"clear edges", [](BusySet& s) { s.editor->ClearAllEdges(); }},
@@ -203,7 +210,8 @@ TEST(DepthEditorHistory, EdgeDetectionAddsToPaintedEdgesAsOneStep)
     editor.SetMode(DepthEditMode::AddEdges);
     set.Drag({{3.5f, 2.8f}});
     const std::string painted = set.State();
-    auto diffuse = MakeImage(12, 8, [](int x, int) { return x < 6 ? Colour(1, 0, 0, 1) : Colour(0, 0, 1, 1); });
+    auto diffuse =
+        MakeImage(12, 8, [](int x, int) { return x < 6 ? Colour(1, 0, 0, 1) : Colour(0, 0, 1, 1); });
     editor.FindDiffuseEdges(diffuse.get(), 0.5f, false);
     const EdgeArray& edges = editor.GetEdges();
     EXPECT_TRUE(edges.GetYEdges()[2 * 12 + 3]);
@@ -261,7 +269,9 @@ TEST(DepthEditorHistory, KeepsOnlyChangedBlocksAndStaysUnderItsMemoryLimit)
         set.editor->ShiftSelection(1.0f);
     EXPECT_EQ(set.editor->GetCommandCount(), 3);
     EXPECT_LE(set.editor->GetHistorySizeInBytes(), set.editor->GetHistoryLimit());
-    EXPECT_EQ(set.log.Count("Depth editing history is over its 0.2 MB limit: forgot the oldest 1 step (0.1 MB)."), 2);
+    EXPECT_EQ(
+        set.log.Count("Depth editing history is over its 0.2 MB limit: forgot the oldest 1 step (0.1 MB)."),
+        2);
     // What was forgotten stays done: undoing everything left brings back the depths after two shifts.
     for (int i = 0; i < 5; ++i)
         set.editor->Undo();

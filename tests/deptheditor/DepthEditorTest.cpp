@@ -1,10 +1,10 @@
 #include "deptheditor/DepthEditor.h"
+#include "EditedSet.h"
 #include "core/Image.h"
 #include "deptheditor/DepthEditorEdgeSelect.h"
 #include "deptheditor/DepthEditorSelect.h"
 #include "processing/ImageProcessor.h"
 #include "support/TestImages.h"
-#include "EditedSet.h"
 
 #include <gtest/gtest.h>
 
@@ -72,10 +72,10 @@ TEST(DepthEditorEdgeSelect, KeepsOnlyTheChangedBlockAndChecksItsState)
             (lower ? edges.GetYEdges() : edges.GetXEdges())[y * 8 + x] = value;
         return reported;
     };
-    EXPECT_FALSE(set(0, 0, false, false)); // false stays false
-    EXPECT_TRUE(set(2, 1, true, true));    // false to true
-    EXPECT_TRUE(set(5, 4, false, true));   // true stays true
-    EXPECT_TRUE(set(5, 4, false, false));  // true to false
+    EXPECT_FALSE(set(0, 0, false, false));               // false stays false
+    EXPECT_TRUE(set(2, 1, true, true));                  // false to true
+    EXPECT_TRUE(set(5, 4, false, true));                 // true stays true
+    EXPECT_TRUE(set(5, 4, false, false));                // true to false
     EXPECT_FALSE(command.SelectPixel(9, 1, true, true)); // off the image
     command.Finalise();
     edges.UpdateImage();
@@ -123,7 +123,6 @@ TEST(DepthEditorPainting, RepeatedPassesStayAtTheBrushStrength)
     EXPECT_EQ(set.State(), once);
     EXPECT_EQ(editor.GetCommandCount(), 3);
     EXPECT_TRUE(static_cast<const DepthEditorSelect*>(editor.GetCommand(2))->IsEmpty());
-
 
     // Removing at full strength clears the solid disc; the ring keeps what was above its own target.
     editor.SetPaintingIntensity(-1.0f);
