@@ -3,8 +3,10 @@
 #include "deptheditor/PixelRect.h"
 #include "deptheditor/SwapBlock.h"
 
+#include <vector>
+
 // Grows the selection by rings of one pixel, each ring selected `dropoff` less than the pixel it grew
-// from, never across an edge. Keeps the changed block only.
+// from, never across an edge. Keeps only the changed pixels, one block per 64 x 64 tile a ring crosses.
 class DepthEditorExpand : public DepthEditorCommand
 {
 public:
@@ -14,13 +16,15 @@ public:
                       int steps, float dropoff);
 
     std::size_t GetSizeInBytes() const override;
-    bool IsEmpty() const { return block.IsEmpty(); }
-    const PixelRect& GetBlock() const { return block.GetRect(); }
+    bool IsEmpty() const { return blocks.empty(); }
+    // The rectangle spanning every changed pixel.
+    const PixelRect& GetBlock() const { return changed; }
 
 protected:
     void Apply(DepthEditor& editor) override;
     void Undo(DepthEditor& editor) override;
 
 private:
-    SwapBlock<float> block;
+    PixelRect changed;
+    std::vector<SwapBlock<float>> blocks;
 };

@@ -119,21 +119,35 @@ template <typename RowBounds> PixelRect UniteRows(int height, RowBounds rowBound
 }
 } // namespace
 
-PixelRect FindGrowthRect(const float* selection, const bool* xEdges, const bool* yEdges, int width,
-                         int height, float dropoff)
+std::vector<PixelRect> FindGrowthBlocks(const float* selection, const bool* xEdges, const bool* yEdges,
+                                        int width, int height, float dropoff)
 {
     if (selection == nullptr || width <= 0 || height <= 0)
         return {};
-    return UniteRows(height, [&](int y, int& first, int& last) {
-        const float* row = selection + static_cast<std::size_t>(y) * width;
-        for (int x = 0; x < width; ++x)
-            if (GrownValue(selection, xEdges, yEdges, width, height, x, y, dropoff) != row[x])
+    const int tilesAcross = (width + kGrowthTileSize - 1) / kGrowthTileSize;
+    const int tilesDown = (height + kGrowthTileSize - 1) / kGrowthTileSize;
+    // Each band of tile rows is one thread's, and each tile's slot is written by that thread alone.
+    std::vector<PixelRect> tiles(static_cast<std::size_t>(tilesAcross) * tilesDown);
+    ParallelFor(0, tilesDown, [&](int from, int to) {
+        for (int tileRow = from; tileRow < to; ++tileRow)
+        {
+            const int y0 = tileRow * kGrowthTileSize;
+            const int y1 = std::min(height, y0 + kGrowthTileSize);
+            for (int y = y0; y < y1; ++y)
             {
-                if (first > last)
-                    first = x;
-                last = x;
+                const float* row = selection + static_cast<std::size_t>(y) * width;
+                for (int x = 0; x < width; ++x)
+                    if (GrownValue(selection, xEdges, yEdges, width, height, x, y, dropoff) != row[x])
+                    {
+                        PixelRect& tile = tiles[static_cast<std::size_t>(tileRow) * tilesAcross +
+                                                static_cast<std::size_t>(x / kGrowthTileSize)];
+                        tile = tile.United({x, y, 1, 1});
+                    }
             }
+        }
     });
+    std::erase_if(tiles, [](const PixelRect& tile) { return tile.IsEmpty(); });
+    return tiles;
 }
 
 void GrowSelection(const float* selection, const bool* xEdges, const bool* yEdges, int width, int height,
@@ -142,12 +156,10 @@ void GrowSelection(const float* selection, const bool* xEdges, const bool* yEdge
     rect = rect.ClippedTo(width, height);
     if (selection == nullptr || rect.IsEmpty())
         return;
-    ParallelFor(0, rect.height, [&](int from, int to) {
-        for (int j = from; j < to; ++j)
-            for (int i = 0; i < rect.width; ++i)
-                grown[static_cast<std::size_t>(j) * rect.width + i] =
-                    GrownValue(selection, xEdges, yEdges, width, height, rect.x + i, rect.y + j, dropoff);
-    });
+    for (int j = 0; j < rect.height; ++j)
+        for (int i = 0; i < rect.width; ++i)
+            grown[static_cast<std::size_t>(j) * rect.width + i] =
+                GrownValue(selection, xEdges, yEdges, width, height, rect.x + i, rect.y + j, dropoff);
 }
 
 PixelRect FindSelectionRect(const float* selection, int width, int height)

@@ -1,6 +1,8 @@
 #pragma once
 #include "deptheditor/PixelRect.h"
 
+#include <vector>
+
 // The arithmetic of selection painting, growing and shifting over flat row-major arrays (index
 // y * width + x). Edge flags follow EdgeArray: xEdges(x, y) separates (x, y) from (x + 1, y), yEdges(x, y)
 // separates (x, y) from (x, y + 1); either array may be null for no edges.
@@ -16,9 +18,14 @@ void WalkBrushDistances(const bool* xEdges, const bool* yEdges, int width, Pixel
 // One ring of growth: every selected pixel offers its value less `dropoff` to each of its four
 // neighbours not separated from it by an edge, and a neighbour selected less takes the best offer.
 // Offers are all made from the values before the step, so one step spreads exactly one pixel.
-// The smallest rectangle of pixels the step would change; empty when it changes nothing.
-PixelRect FindGrowthRect(const float* selection, const bool* xEdges, const bool* yEdges, int width,
-                         int height, float dropoff);
+
+// Growth changes only a thin ring, so it is worked out and kept in tiles of this size.
+constexpr int kGrowthTileSize = 64;
+
+// What one step would change: for every kGrowthTileSize square tile holding a changed pixel, the
+// smallest rectangle of changed pixels in it, in row-major tile order. Empty when nothing would grow.
+std::vector<PixelRect> FindGrowthBlocks(const float* selection, const bool* xEdges, const bool* yEdges,
+                                        int width, int height, float dropoff);
 // The values the step gives the pixels of `rect` (rect.width * rect.height, row-major).
 void GrowSelection(const float* selection, const bool* xEdges, const bool* yEdges, int width, int height,
                    float dropoff, PixelRect rect, float* grown);
