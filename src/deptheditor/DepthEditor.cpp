@@ -52,6 +52,7 @@ DepthEditor::PixelPosition DepthEditor::MapPosition(Vector2D position) const
     };
     at.x = whole(at.px, width);
     at.y = whole(at.py, height);
+    at.clickRow = whole(at.py, width);
     return at;
 }
 
@@ -85,7 +86,7 @@ void DepthEditor::LeftMouseClick(Vector2D position)
         float clickDepth = 0.0f;
         if (const float* depth = GetDepthArray())
         {
-            const int row = std::min(std::clamp(static_cast<int>(at.py), 0, width - 1), height - 1);
+            const int row = std::min(at.clickRow, height - 1);
             clickDepth = depth[static_cast<std::size_t>(row) * width + at.x];
         }
         auto stroke =

@@ -123,13 +123,15 @@ public:
     void DepthArrayChanged();
 
 private:
-    // Maps a position to a pixel: fractional (for the edge modes) and clamped whole coordinates.
+    // Maps a position to a pixel: fractional (for the edge modes) and clamped whole coordinates, and
+    // the row a click reads its depth from, which is clamped by the width.
     struct PixelPosition
     {
         float px;
         float py;
         int x;
         int y;
+        int clickRow;
     };
     PixelPosition MapPosition(Vector2D position) const;
     void PaintSelection(int centreX, int centreY);
