@@ -97,22 +97,28 @@ void EdgeArray::ClearEdges()
 
 void EdgeArray::UpdateImage()
 {
-    if (!edgeImage->HasPlanes())
+    UpdateImage(PixelRect{0, 0, width, height});
+}
+
+void EdgeArray::UpdateImage(const PixelRect& area)
+{
+    const PixelRect rect = area.ClippedTo(width, height);
+    if (!edgeImage->HasPlanes() || rect.IsEmpty())
         return;
     const PlaneView<std::uint8_t> rgb = edgeImage->ColourView();
     const PlaneView<std::uint8_t> alpha = edgeImage->AlphaView();
-    ParallelFor(0, height, [&](int from, int to) {
+    ParallelFor(rect.y, rect.y + rect.height, [&](int from, int to) {
         for (int y = from; y < to; ++y)
         {
             std::uint8_t* row = rgb.Row(y);
             const std::size_t start = static_cast<std::size_t>(y) * width;
-            for (int x = 0; x < width; ++x)
+            for (int x = rect.x; x < rect.x + rect.width; ++x)
             {
                 row[3 * x] = xEdges[start + x] ? 255 : 0;
                 row[3 * x + 1] = yEdges[start + x] ? 255 : 0;
                 row[3 * x + 2] = 0;
             }
-            std::fill(alpha.Row(y), alpha.Row(y) + width, std::uint8_t{255});
+            std::fill(alpha.Row(y) + rect.x, alpha.Row(y) + rect.x + rect.width, std::uint8_t{255});
         }
     });
     edgeImage->MarkChanged();
@@ -214,9 +220,9 @@ void EdgeArray::RemoveSpecks(DepthEditorEdgeSelect* record)
                                      xEdges[at(x, yu)] || yEdges[at(xr, yu)];
                 if (touched)
                     continue;
-                xEdges[i] = false;
                 if (record != nullptr)
                     record->SelectPixel(x, y, false, false);
+                xEdges[i] = false;
             }
             else
             {
@@ -224,9 +230,9 @@ void EdgeArray::RemoveSpecks(DepthEditorEdgeSelect* record)
                                      yEdges[at(xl, y)] || xEdges[at(xl, yd)];
                 if (touched)
                     continue;
-                yEdges[i] = false;
                 if (record != nullptr)
                     record->SelectPixel(x, y, true, false);
+                yEdges[i] = false;
             }
         }
     }

@@ -1,5 +1,6 @@
 #pragma once
 #include "core/Image.h"
+#include "deptheditor/PixelRect.h"
 
 #include <memory>
 
@@ -25,11 +26,14 @@ public:
     const bool* GetYEdges() const { return yEdges.get(); }
     // Replaced by a new image of the new size on Resize.
     Image& GetEdgeImage() { return *edgeImage; }
+    const Image& GetEdgeImage() const { return *edgeImage; }
 
     // Loses every edge.
     void Resize(int newWidth, int newHeight);
     void ClearEdges();
     void UpdateImage();
+    // Repaints just that part of the edge image.
+    void UpdateImage(const PixelRect& rect);
     // Repaints one pixel of the edge image from its flags, after a change to just that pixel.
     void UpdatePixel(int x, int y);
 
@@ -43,7 +47,7 @@ public:
 
     // OR of both arrays; the other array must have the same size.
     void AddOtherEdgeArray(EdgeArray* other);
-    // Removes isolated one-segment edges, reporting each removal to the record.
+    // Removes isolated one-segment edges, reporting each removal to the record before making it.
     void RemoveSpecks(DepthEditorEdgeSelect* record);
 
 private:

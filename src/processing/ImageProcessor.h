@@ -34,6 +34,7 @@ public:
 
     void SetMessageCallback(MessageCallback callback) { messageCallback = std::move(callback); }
     void SetLog(LogOutput* logOutput) { log = logOutput; }
+    LogOutput* GetLog() const { return log; }
 
     // --- Images and their presence flags
     // Takes ownership of the image, replacing the slot's occupant, and marks the kind as loaded.
@@ -68,6 +69,14 @@ public:
     // Null when the level does not exist.
     Vector3D* GetNormalArray(int level);
     float* GetDepthArray(int level);
+    // Elements of that level's depth array; 0 when the level does not exist. The working size can move
+    // ahead of the arrays, so code that indexes by a size of its own checks this first.
+    std::size_t GetDepthArrayLength(int level) const
+    {
+        return level >= 0 && level < static_cast<int>(depthArrays.size())
+                   ? depthArrays[static_cast<std::size_t>(level)].size()
+                   : 0;
+    }
     Vector2D* GetAnisotropyArray() { return anisotropyArray.empty() ? nullptr : anisotropyArray.data(); }
 
     // --- Depth editor housekeeping

@@ -14,6 +14,7 @@
 class GenerationProgress;
 class Image;
 class ImageProcessor;
+enum class DepthEditMode;
 
 // The one object every front end (main window, batch mode, test bed) works through: it owns the
 // loaded image sets with one processor each, the generation parameters and the log sink, dispatches
@@ -180,6 +181,35 @@ public:
     void SetAnisotropyOutputType(int type);
     int GetAnisotropyOutputType() const;
 
+    // --- Depth editing, on the current set's depth editor; each does nothing without one. Mouse input
+    // comes in depth-map pixels (x across, y down) and is taken only while depth editing is on, as are
+    // undo and redo. Operations that move depths refresh the Depth image.
+    bool HasDepthEditor() const;
+    void SetDepthEditingState(bool editing);
+    bool IsDepthEditing() const { return depthEditing; }
+    bool HasDepthBeenEdited() const;
+    void SetDepthEditorMode(DepthEditMode mode);
+    void SetSolidPaintingRadius(int radius);
+    void SetPaintingFalloffDistance(int distance);
+    void SetPaintingIntensity(float intensity);
+    void SetFalloffByDepth(float band);
+    void DisableFalloffByDepth();
+    void DepthEditorMouseDown(float x, float y);
+    void DepthEditorMouseMove(float x, float y);
+    void DepthEditorMouseUp();
+    void UndoDepthCommand();
+    void RedoDepthCommand();
+    void ShiftSelectionForward(float amount);
+    void ShiftSelectionBack(float amount);
+    void ClearSelection();
+    void ExpandSelection(float dropoff);
+    void GetEdgesFromNormals(float threshold, bool onlySelected);
+    void GetEdgesFromDiffuseColour(float threshold, bool onlySelected);
+    void GetEdgesFromDiffuseAlpha(bool onlySelected);
+    void GetEdgesFromSilhouette(float threshold, bool onlySelected);
+    void RemoveEdgeSpecks();
+    void ClearAllEdges();
+
 private:
     std::unique_ptr<ImageProcessor> MakeProcessor();
     // Loads all 18 kinds of the current set into the current set's processor.
@@ -215,4 +245,5 @@ private:
     GenerationParameters parameters = InteractiveDefaults();
     const GenerationProgress* generationProgress;
     GenerationOutcome lastOutcome = GenerationOutcome::Finished;
+    bool depthEditing = false;
 };

@@ -1,6 +1,7 @@
 #include "deptheditor/EdgeArray.h"
 #include "core/Image.h"
 #include "deptheditor/DepthEditorEdgeSelect.h"
+#include "deptheditor/EdgeSensitivity.h"
 #include "support/TestImages.h"
 
 #include <gtest/gtest.h>
@@ -147,4 +148,15 @@ TEST(EdgeArray, SpeckRemovalTakesOnlySegmentsTouchingNothing)
     SetEdge(corner, LowerEdge, 1, 1);
     corner.RemoveSpecks(nullptr);
     EXPECT_EQ(Picture(corner), "...\n.L.\n...\n");
+}
+
+TEST(EdgeArray, SensitivitySlidersFindMoreEdgesAsTheyGoUp)
+{
+    EXPECT_FLOAT_EQ(NormalEdgeThreshold(0), 0.0f);
+    EXPECT_FLOAT_EQ(NormalEdgeThreshold(30), 1.5f);
+    EXPECT_FLOAT_EQ(DiffuseEdgeThreshold(0), 3.0f);
+    EXPECT_NEAR(DiffuseEdgeThreshold(255), 0.0f, 1e-6f);
+    EXPECT_FLOAT_EQ(DiffuseEdgeThreshold(85), 2.0f);
+    EXPECT_FLOAT_EQ(SilhouetteEdgeThreshold(51), 0.8f);
+    EXPECT_FLOAT_EQ(SilhouetteEdgeThreshold(255), 0.0f);
 }
