@@ -1,4 +1,5 @@
 #include "cli/CommandLineArgumentSet.h"
+#include "cli/SpinePoseCommand.h"
 #include "cli/Testbed.h"
 #include "core/ResourceFolder.h"
 #include "sets/BrondelCore.h"
@@ -13,6 +14,8 @@
 int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
+    if (IsSpinePoseCommand(argc, argv))
+        return RunSpinePoseCommand(argc, argv, std::cout, std::cerr);
     const CommandLineArgumentSet arguments(argv, argc);
     if (arguments.HasArgument("--help") || arguments.HasArgument("-h"))
     {
