@@ -227,3 +227,52 @@ TEST(SpineAnimation, TrackLoopsInBothDirections)
     state.Apply(skeleton);
     EXPECT_NEAR(skeleton.bones[1].rotation, 75.0f, 1e-4f);
 }
+
+// Constraint and inherit keys: the IK mix and bend direction, the transform mixes (3.x names) and
+// the 4.2 inherit mode change the pose from their key on.
+TEST(SpineAnimation, ConstraintAndInheritKeysChangeThePose)
+{
+    const auto data = ReadSkeleton(R"({"bones":[{"name":"root"},{"name":"upper","parent":"root","length":10},
+        {"name":"lower","parent":"upper","x":10,"length":10},{"name":"target","parent":"root","x":10,"y":10},
+        {"name":"follower","parent":"root"},{"name":"scaled","parent":"root","scaleX":3},
+        {"name":"child","parent":"scaled"}],
+        "ik":[{"name":"arm","bones":["upper","lower"],"target":"target"}],
+        "transform":[{"name":"t","bones":["follower"],"target":"target","rotateMix":0,"translateMix":0,
+                      "scaleMix":0,"shearMix":0}],
+        "animations":{"a":{"ik":{"arm":[{"time":0,"mix":0},{"time":1,"mix":1,"bendPositive":false}]},
+            "transform":{"t":[{"time":1,"translateMix":1}]},
+            "bones":{"child":{"inherit":[{"time":1,"inherit":"noScale"}]}}}}})");
+    ASSERT_TRUE(data);
+    SpineSkeleton skeleton(*data);
+    const SpineAnimation& animation = data->animations[0];
+    animation.Apply(skeleton, 0.0f);
+    skeleton.UpdateWorldTransform();
+    EXPECT_NEAR(skeleton.bones[2].worldX, 10.0f, 1e-4f); // no IK: the arm lies along x
+    EXPECT_NEAR(skeleton.bones[2].worldY, 0.0f, 1e-4f);
+    EXPECT_NEAR(skeleton.bones[4].worldX, 0.0f, 1e-6f);
+    EXPECT_NEAR(skeleton.bones[6].a, 3.0f, 1e-6f);
+
+    skeleton.SetToSetupPose();
+    animation.Apply(skeleton, 1.0f);
+    skeleton.UpdateWorldTransform();
+    EXPECT_NEAR(skeleton.bones[2].worldX, 0.0f, 1e-3f); // full IK, bending the other way
+    EXPECT_NEAR(skeleton.bones[2].worldY, 10.0f, 1e-3f);
+    EXPECT_NEAR(skeleton.bones[4].worldX, 10.0f, 1e-5f);
+    EXPECT_NEAR(skeleton.bones[4].worldY, 10.0f, 1e-5f);
+    EXPECT_NEAR(skeleton.bones[6].a, 1.0f, 1e-6f);
+}
+
+// A file without a usable version string is recognised by its layout: "rgba" slot keys mean 4.0 or
+// later, so its four-number curve is read as absolute handles.
+TEST(SpineAnimation, VersionlessFilesAreRecognisedByTheirLayout)
+{
+    const auto data = ReadSkeleton(R"({"skeleton":{"spine":"Dev"},
+        "bones":[{"name":"root"},{"name":"b","parent":"root"}],"slots":[{"name":"s","bone":"root"}],
+        "skins":[],
+        "animations":{"a":{"bones":{"b":{"rotate":[{"value":0,"curve":[0.25,0,0.75,100]},{"time":1,"value":100}]}},
+                           "slots":{"s":{"rgba":[{"color":"ffffffff"}]}}}}})");
+    ASSERT_TRUE(data);
+    SpineSkeleton skeleton(*data);
+    data->animations[0].Apply(skeleton, 0.1f);
+    EXPECT_NEAR(skeleton.bones[1].rotation, 4.2553f, 2e-3f);
+}

@@ -425,6 +425,27 @@ void SpineJsonReader::ReadConstraints(const QJsonObject& root, SpineSkeletonData
             WarnOnce("Local and relative transform constraints are applied in world mode");
         data.transformConstraints.push_back(t);
     }
+    if (version < 305)
+    {
+        // Files before 3.5 carry no order: IK constraints run first, shallowest first, then the
+        // transform constraints, each kind otherwise in file order.
+        const auto depth = [&](int bone) {
+            int levels = 0;
+            for (; data.bones[static_cast<std::size_t>(bone)].parent >= 0; ++levels)
+                bone = data.bones[static_cast<std::size_t>(bone)].parent;
+            return levels;
+        };
+        std::vector<std::size_t> ranks(data.ikConstraints.size());
+        for (std::size_t i = 0; i < ranks.size(); ++i)
+            ranks[i] = i;
+        std::stable_sort(ranks.begin(), ranks.end(), [&](std::size_t l, std::size_t r) {
+            return depth(data.ikConstraints[l].bones.front()) < depth(data.ikConstraints[r].bones.front());
+        });
+        for (std::size_t rank = 0; rank < ranks.size(); ++rank)
+            data.ikConstraints[ranks[rank]].order = static_cast<int>(rank);
+        for (std::size_t i = 0; i < data.transformConstraints.size(); ++i)
+            data.transformConstraints[i].order = static_cast<int>(ranks.size() + i);
+    }
     if (!root.value(Key("path")).toArray().isEmpty())
         WarnOnce("Path constraints are not supported and are ignored");
     if (!root.value(Key("physics")).toArray().isEmpty())

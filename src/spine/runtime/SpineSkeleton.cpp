@@ -196,7 +196,9 @@ void SpineSkeleton::BuildUpdateCache()
         {
             const SpineIkData& ik = *ikConstraints[static_cast<std::size_t>(constraint.index)].data;
             sortBone(ik.target);
-            sortBone(ik.bones.front());
+            // Every constrained bone gets its unconstrained pose first: a mix of 0 leaves it as it is.
+            for (int bone : ik.bones)
+                sortBone(bone);
             updateCache.push_back({CacheEntry::Ik, constraint.index});
             sortReset(ik.bones.front());
             for (int bone : ik.bones)
