@@ -102,3 +102,25 @@ TEST(SpineAtlas, PageSettingsAndExtraValuesAreKept)
     ASSERT_TRUE(declared);
     EXPECT_EQ(declared->pages[0].width, 1022);
 }
+
+// A 4.1 sequence is not animated, but shows the region of its setup frame: path + zero-padded number.
+TEST(SpineAtlas, SequencesShowTheirSetupFrame)
+{
+    std::string error;
+    std::shared_ptr<const SpineAtlas> atlas =
+        SpineAtlas::Parse(QByteArray("page.png\nsize: 64, 64\nfire002\n\tbounds: 8, 0, 8, 8\n"), error);
+    ASSERT_TRUE(atlas) << error;
+    std::vector<std::string> warnings;
+    const auto data =
+        ReadSkeleton(R"({"bones":[{"name":"root"}],"slots":[{"name":"s","bone":"root","attachment":"fire"}],
+        "skins":[{"name":"default","attachments":{"s":{"fire":{"width":8,"height":8,
+        "sequence":{"count":3,"start":1,"digits":3,"setup":1}}}}}]})",
+                     atlas, &warnings);
+    ASSERT_TRUE(data);
+    const SpineAttachment* fire = data->defaultSkin->Find(0, "fire");
+    ASSERT_NE(fire, nullptr);
+    ASSERT_NE(fire->region, nullptr);
+    EXPECT_EQ(fire->region->name, "fire002");
+    EXPECT_NEAR(fire->cornerUVs[0], 8.0f / 64.0f, 1e-6f);
+    EXPECT_EQ(warnings.size(), 1u);
+}

@@ -530,8 +530,19 @@ std::unique_ptr<SpineAttachment> SpineJsonReader::ReadAttachment(const QJsonObje
     attachment->name = Text(object.value(Key("name")), key);
     attachment->path = Text(object.value(Key("path")), attachment->name);
     attachment->colour = Colour(object.value(Key("color")), {});
-    if (object.contains(Key("sequence")))
-        WarnOnce("Sequences are not supported; the first image is shown");
+    if (object.value(Key("sequence")).isObject())
+    {
+        // Frame-by-frame images are not animated; the setup frame's region is shown throughout.
+        WarnOnce("Sequences are not supported; each shows its setup frame");
+        const QJsonObject sequence = object.value(Key("sequence")).toObject();
+        const int frame = static_cast<int>(Number(sequence, "start", 1.0f) + Number(sequence, "setup", 0.0f));
+        const int digits = std::clamp(static_cast<int>(Number(sequence, "digits", 0.0f)), 0, 9);
+        const std::string number = std::to_string(frame);
+        attachment->path +=
+            std::string(static_cast<std::size_t>(std::max(0, digits - static_cast<int>(number.size()))),
+                        '0') +
+            number;
+    }
 
     const bool drawn = type == "region" || type == "mesh" || type == "skinnedmesh" ||
                        type == "weightedmesh" || type == "linkedmesh" || type == "weightedlinkedmesh";
