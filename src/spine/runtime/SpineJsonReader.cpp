@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string_view>
 
 namespace {
 // Anything beyond this is a damaged file, not a skeleton: larger values would overflow the float
@@ -15,6 +16,14 @@ namespace {
 constexpr double LargestNumber = 1.0e9;
 // Influences per weighted vertex; real exports use a handful.
 constexpr int MostInfluences = 64;
+
+std::string Joined(std::initializer_list<std::string_view> parts)
+{
+    std::string joined;
+    for (std::string_view part : parts)
+        joined.append(part);
+    return joined;
+}
 
 QLatin1String Key(const char* key)
 {
@@ -37,7 +46,7 @@ QJsonValue FirstOf(const QJsonObject& object, std::initializer_list<const char*>
 {
     for (const char* key : keys)
     {
-        const QJsonValue value = object.value(Key(key));
+        QJsonValue value = object.value(Key(key));
         if (!value.isUndefined() && !value.isNull())
             return value;
     }
@@ -122,7 +131,7 @@ bool SpineJsonReader::Numbers(const QJsonValue& value, std::vector<float>& out, 
         return false;
     const QJsonArray array = value.toArray();
     out.reserve(static_cast<std::size_t>(array.size()));
-    for (const QJsonValue& element : array)
+    for (const QJsonValue element : array)
     {
         const double number = element.toDouble(std::nan(""));
         if (!element.isDouble() || !std::isfinite(number) || std::fabs(number) > LargestNumber)
@@ -173,7 +182,7 @@ int SpineJsonReader::DetectVersion(const QJsonObject& root) const
     const QJsonArray bones = root.value(Key("bones")).toArray();
     const QJsonObject animations = root.value(Key("animations")).toObject();
     bool boneInherit = false, boneTransform = false;
-    for (const QJsonValue& bone : bones)
+    for (const QJsonValue bone : bones)
     {
         boneInherit = boneInherit || bone.toObject().contains(Key("inherit"));
         boneTransform = boneTransform || bone.toObject().contains(Key("transform"));
@@ -201,7 +210,7 @@ int SpineJsonReader::DetectVersion(const QJsonObject& root) const
             for (const SingleValueTimeline& single : SingleValueTimelines)
                 fourZero = fourZero || timelines.contains(Key(single.name));
             const QJsonArray rotate = timelines.value(Key("rotate")).toArray();
-            for (const QJsonValue& key : rotate)
+            for (const QJsonValue key : rotate)
                 fourZero = fourZero || key.toObject().contains(Key("value"));
         }
     }
@@ -264,7 +273,7 @@ bool SpineJsonReader::ReadBones(const QJsonObject& root, SpineSkeletonData& data
         return false;
     }
     // Weighted vertices name bones by their position in this array, so a damaged bone cannot be skipped.
-    for (const QJsonValue& value : bones)
+    for (const QJsonValue value : bones)
     {
         const QJsonObject object = value.toObject();
         SpineBoneData bone;
@@ -321,7 +330,7 @@ bool SpineJsonReader::ReadBones(const QJsonObject& root, SpineSkeletonData& data
 
 void SpineJsonReader::ReadSlots(const QJsonObject& root, SpineSkeletonData& data)
 {
-    for (const QJsonValue& value : root.value(Key("slots")).toArray())
+    for (const QJsonValue value : root.value(Key("slots")).toArray())
     {
         const QJsonObject object = value.toObject();
         SpineSlotData slot;
@@ -355,7 +364,7 @@ void SpineJsonReader::ReadConstraints(const QJsonObject& root, SpineSkeletonData
         QJsonArray names = object.value(Key("bones")).toArray();
         if (object.value(Key("bone")).isString())
             names.append(object.value(Key("bone")));
-        for (const QJsonValue& name : names)
+        for (const QJsonValue name : names)
         {
             const int bone = data.FindBone(Text(name));
             if (bone < 0)
@@ -364,7 +373,7 @@ void SpineJsonReader::ReadConstraints(const QJsonObject& root, SpineSkeletonData
         }
         return !out.empty();
     };
-    for (const QJsonValue& value : root.value(Key("ik")).toArray())
+    for (const QJsonValue value : root.value(Key("ik")).toArray())
     {
         const QJsonObject object = value.toObject();
         SpineIkData ik;
@@ -387,7 +396,7 @@ void SpineJsonReader::ReadConstraints(const QJsonObject& root, SpineSkeletonData
             WarnOnce("IK softness, stretch and compress are not supported");
         data.ikConstraints.push_back(ik);
     }
-    for (const QJsonValue& value : root.value(Key("transform")).toArray())
+    for (const QJsonValue value : root.value(Key("transform")).toArray())
     {
         const QJsonObject object = value.toObject();
         SpineTransformData t;
@@ -457,12 +466,12 @@ void SpineJsonReader::ReadSkins(const QJsonObject& root, SpineSkeletonData& data
     const QJsonValue skins = root.value(Key("skins"));
     if (skins.isArray())
     {
-        for (const QJsonValue& value : skins.toArray())
+        for (const QJsonValue value : skins.toArray())
         {
             const QJsonObject object = value.toObject();
             auto skin = std::make_unique<SpineSkin>();
             skin->name = Text(object.value(Key("name")));
-            for (const QJsonValue& bone : object.value(Key("bones")).toArray())
+            for (const QJsonValue bone : object.value(Key("bones")).toArray())
             {
                 const int index = data.FindBone(Text(bone));
                 if (index >= 0)
@@ -499,15 +508,16 @@ void SpineJsonReader::ReadSkin(const std::string& name, const QJsonObject& slotL
         const int slot = data.FindSlot(slotName);
         if (slot < 0)
         {
-            Warn("Skin \"" + name + "\" names slot \"" + slotName + "\", which does not exist");
+            Warn(Joined({"Skin \"", name, "\" names slot \"", slotName, "\", which does not exist"}));
             continue;
         }
         const QJsonObject attachments = slotIt.value().toObject();
         for (auto it = attachments.begin(); it != attachments.end(); ++it)
         {
             const std::string key = it.key().toStdString();
-            auto attachment = ReadAttachment(it.value().toObject(), key, name + "/" + slotName + "/" + key,
-                                             static_cast<int>(data.bones.size()));
+            auto attachment =
+                ReadAttachment(it.value().toObject(), key, Joined({name, "/", slotName, "/", key}),
+                               static_cast<int>(data.bones.size()));
             if (!attachment)
                 continue;
             if (attachment->type == SpineAttachmentType::Mesh && attachment->vertexCount == 0)
@@ -791,7 +801,7 @@ bool SpineJsonReader::ReadTimeline(const QJsonArray& keys, SpineTimeline& timeli
                                    bool wrapRotation)
 {
     const int count = timeline.valueCount;
-    for (const QJsonValue& value : keys)
+    for (const QJsonValue value : keys)
     {
         const QJsonObject key = value.toObject();
         const float time = Number(key, "time", 0.0f);
@@ -820,7 +830,7 @@ bool SpineJsonReader::ReadTimeline(const QJsonArray& keys, SpineTimeline& timeli
     }
     const std::size_t keyCount = timeline.times.size();
     std::size_t index = 0;
-    for (const QJsonValue& value : keys)
+    for (const QJsonValue value : keys)
     {
         if (index >= keyCount)
             break;
@@ -954,7 +964,7 @@ void SpineJsonReader::ReadAnimation(const std::string& name, const QJsonObject& 
             {
                 SpineAttachmentTimeline timeline;
                 timeline.slot = slot;
-                for (const QJsonValue& value : keys)
+                for (const QJsonValue value : keys)
                 {
                     const QJsonObject key = value.toObject();
                     const float time = Number(key, "time", 0.0f);
@@ -1117,7 +1127,7 @@ void SpineJsonReader::ReadAnimation(const std::string& name, const QJsonObject& 
         duration = std::max(duration, timeline.times.back());
     if (!animation.drawOrder.times.empty())
         duration = std::max(duration, animation.drawOrder.times.back());
-    for (const QJsonValue& event : object.value(Key("events")).toArray())
+    for (const QJsonValue event : object.value(Key("events")).toArray())
         duration = std::max(duration, Number(event.toObject(), "time", 0.0f));
     animation.duration = duration;
     data.animations.push_back(std::move(animation));
@@ -1140,7 +1150,7 @@ void SpineJsonReader::ReadDeform(const QJsonArray& keys, const std::string& skin
     timeline.slot = slot;
     timeline.attachment = attachment;
     const std::size_t length = static_cast<std::size_t>(attachment->DeformLength());
-    for (const QJsonValue& value : keys)
+    for (const QJsonValue value : keys)
     {
         const QJsonObject object = value.toObject();
         const float time = Number(object, "time", 0.0f);
@@ -1153,8 +1163,8 @@ void SpineJsonReader::ReadDeform(const QJsonArray& keys, const std::string& skin
             offset != std::floor(offset) ||
             static_cast<double>(offset) + static_cast<double>(run.size()) > static_cast<double>(length))
         {
-            Warn("Deform keys for " + skinName + "/" + slotName + "/" + key +
-                 " do not fit the mesh; ignored");
+            Warn(Joined(
+                {"Deform keys for ", skinName, "/", slotName, "/", key, " do not fit the mesh; ignored"}));
             return;
         }
         std::copy(run.begin(), run.end(), frame.begin() + static_cast<std::ptrdiff_t>(offset));
@@ -1163,7 +1173,7 @@ void SpineJsonReader::ReadDeform(const QJsonArray& keys, const std::string& skin
     }
     std::size_t index = 0;
     const float zero = 0.0f, one = 1.0f;
-    for (const QJsonValue& value : keys)
+    for (const QJsonValue value : keys)
     {
         if (index >= timeline.times.size())
             break;
@@ -1188,7 +1198,7 @@ void SpineJsonReader::ReadDrawOrder(const QJsonArray& keys, SpineSkeletonData& d
                                     SpineAnimation& animation)
 {
     const int slotCount = static_cast<int>(data.slotList.size());
-    for (const QJsonValue& value : keys)
+    for (const QJsonValue value : keys)
     {
         const QJsonObject key = value.toObject();
         const float time = Number(key, "time", 0.0f);
@@ -1203,7 +1213,7 @@ void SpineJsonReader::ReadDrawOrder(const QJsonArray& keys, SpineSkeletonData& d
             std::vector<int> unchanged;
             int original = 0;
             bool valid = true;
-            for (const QJsonValue& entry : offsets)
+            for (const QJsonValue entry : offsets)
             {
                 const QJsonObject object = entry.toObject();
                 const int slot = data.FindSlot(Text(object.value(Key("slot"))));
