@@ -156,3 +156,23 @@ TEST(SpineBones, TransformConstraintMixesTowardTheTarget)
         EXPECT_NEAR(hand.worldY, expectedY + 4.0f * std::sin(30.0f * 3.14159265f / 180.0f), 1e-3f);
     }
 }
+
+// A parent stretched along its own x axis only: the child's reach is an ellipse, and the solve still
+// lands the hand on a reachable target, on either side.
+TEST(SpineBones, TwoBoneIkReachesTheTargetUnderNonUniformScale)
+{
+    for (const char* bend : {"true", "false"})
+    {
+        const auto data = ReadSkeleton(std::string(R"({"bones":[{"name":"root"},
+            {"name":"upper","parent":"root","scaleX":2,"length":5},{"name":"lower","parent":"upper","x":5,"length":6},
+            {"name":"target","parent":"root","x":4,"y":9}],
+            "ik":[{"name":"arm","bones":["upper","lower"],"target":"target","bendPositive":)") +
+                                       bend + "}]}");
+        ASSERT_TRUE(data);
+        SpineSkeleton skeleton(*data);
+        skeleton.UpdateWorldTransform();
+        const auto [handX, handY] = BonePoint(skeleton.bones[2], 6, 0);
+        EXPECT_NEAR(handX, 4.0f, 1e-3f) << bend;
+        EXPECT_NEAR(handY, 9.0f, 1e-3f) << bend;
+    }
+}
