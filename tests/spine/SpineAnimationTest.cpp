@@ -192,6 +192,7 @@ TEST(SpineAnimation, SkinsFallBackToTheDefaultSkin)
         ASSERT_TRUE(data);
         ASSERT_EQ(data->skins.size(), 2u);
         EXPECT_EQ(data->skins[0]->name, "default");
+        EXPECT_EQ(data->skins[1]->name, "red");
         SpineSkeleton skeleton(*data);
         EXPECT_EQ(skeleton.slotList[0].attachment->name, "head");
         EXPECT_FALSE(skeleton.SetSkin("blue"));

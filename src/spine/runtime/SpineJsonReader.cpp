@@ -25,6 +25,39 @@ std::string Joined(std::initializer_list<std::string_view> parts)
     return joined;
 }
 
+// Qt's JSON objects hand their keys back sorted, but the editor's order matters to the artist (the
+// first animation plays on load, and the selectors list them). Each key's first appearance as a key
+// after the section's own key gives the file order; names that cannot be found (escaped characters)
+// keep their sorted place after the rest.
+std::vector<std::size_t> FileOrder(const QByteArray& json, const char* section,
+                                   const std::vector<std::string>& names)
+{
+    const QByteArray sectionKey = QByteArray("\"") + section + "\"";
+    const qsizetype start = json.indexOf(sectionKey);
+    std::vector<std::pair<qsizetype, std::size_t>> found;
+    for (std::size_t i = 0; i < names.size(); ++i)
+    {
+        const QByteArray quoted = QByteArray("\"") + QByteArray::fromStdString(names[i]) + "\"";
+        qsizetype at = start < 0 ? -1 : json.indexOf(quoted, start + sectionKey.size());
+        while (at >= 0)
+        {
+            qsizetype after = at + quoted.size();
+            while (after < json.size() && QChar::isSpace(static_cast<uchar>(json[after])))
+                ++after;
+            if (after < json.size() && json[after] == ':')
+                break;
+            at = json.indexOf(quoted, at + 1);
+        }
+        found.emplace_back(at < 0 ? json.size() : at, i);
+    }
+    std::stable_sort(found.begin(), found.end(),
+                     [](const auto& l, const auto& r) { return l.first < r.first; });
+    std::vector<std::size_t> order;
+    for (const auto& entry : found)
+        order.push_back(entry.second);
+    return order;
+}
+
 QLatin1String Key(const char* key)
 {
     return QLatin1String(key);
@@ -261,6 +294,27 @@ std::unique_ptr<SpineSkeletonData> SpineJsonReader::Read(const QByteArray& json)
     const QJsonObject animations = root.value(Key("animations")).toObject();
     for (auto it = animations.begin(); it != animations.end(); ++it)
         ReadAnimation(it.key().toStdString(), it.value().toObject(), *data);
+
+    std::vector<std::string> names;
+    for (const SpineAnimation& animation : data->animations)
+        names.push_back(animation.name);
+    std::vector<SpineAnimation> inFileOrder;
+    for (std::size_t index : FileOrder(json, "animations", names))
+        inFileOrder.push_back(std::move(data->animations[index]));
+    data->animations = std::move(inFileOrder);
+    if (!root.value(Key("skins")).isArray())
+    {
+        names.clear();
+        for (const auto& skin : data->skins)
+            names.push_back(skin->name);
+        std::vector<std::unique_ptr<SpineSkin>> skins;
+        for (std::size_t index : FileOrder(json, "skins", names))
+            skins.push_back(std::move(data->skins[index]));
+        data->skins = std::move(skins);
+    }
+    // The default skin is listed first, as the editor does.
+    std::stable_partition(data->skins.begin(), data->skins.end(),
+                          [](const std::unique_ptr<SpineSkin>& skin) { return skin->name == "default"; });
     return data;
 }
 
@@ -492,9 +546,6 @@ void SpineJsonReader::ReadSkins(const QJsonObject& root, SpineSkeletonData& data
             data.skins.push_back(std::move(skin));
         }
     }
-    // The default skin is listed first, as the editor does.
-    std::stable_partition(data.skins.begin(), data.skins.end(),
-                          [](const std::unique_ptr<SpineSkin>& skin) { return skin->name == "default"; });
     data.defaultSkin = data.FindSkin("default");
 }
 
