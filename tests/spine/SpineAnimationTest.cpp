@@ -277,3 +277,24 @@ TEST(SpineAnimation, VersionlessFilesAreRecognisedByTheirLayout)
     data->animations[0].Apply(skeleton, 0.1f);
     EXPECT_NEAR(skeleton.bones[1].rotation, 4.2553f, 2e-3f);
 }
+
+// 3.8+ skin-only bones and constraints act only while the current skin lists them.
+TEST(SpineAnimation, SkinOnlyBonesAndConstraintsFollowTheSkin)
+{
+    const auto data = ReadSkeleton(R"({"skeleton":{"spine":"4.0.64"},
+        "bones":[{"name":"root"},{"name":"arm","parent":"root","length":5},
+                 {"name":"target","parent":"root","y":5},{"name":"cape","parent":"root","skin":true}],
+        "slots":[{"name":"cape","bone":"cape","attachment":"cape"}],
+        "ik":[{"name":"aim","bones":["arm"],"target":"target","skin":true}],
+        "skins":[{"name":"default","attachments":{"cape":{"cape":{"width":1,"height":1}}}},
+                 {"name":"hero","bones":["cape"],"ik":["aim"]}]})");
+    ASSERT_TRUE(data);
+    SpineSkeleton skeleton(*data);
+    skeleton.UpdateWorldTransform();
+    EXPECT_FALSE(skeleton.bones[3].active);
+    EXPECT_NEAR(skeleton.bones[1].c, 0.0f, 1e-6f);
+    ASSERT_TRUE(skeleton.SetSkin("hero"));
+    skeleton.UpdateWorldTransform();
+    EXPECT_TRUE(skeleton.bones[3].active);
+    EXPECT_NEAR(skeleton.bones[1].c, 1.0f, 1e-6f);
+}

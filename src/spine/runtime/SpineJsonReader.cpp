@@ -445,6 +445,7 @@ void SpineJsonReader::ReadConstraints(const QJsonObject& root, SpineSkeletonData
         }
         ik.mix = Number(object, "mix", 1.0f);
         ik.bendDirection = Flag(object, "bendPositive", true) ? 1 : -1;
+        ik.skinRequired = Flag(object, "skin", false);
         if (Number(object, "softness", 0.0f) != 0.0f || Flag(object, "stretch", false) ||
             Flag(object, "compress", false))
             WarnOnce("IK softness, stretch and compress are not supported");
@@ -484,6 +485,7 @@ void SpineJsonReader::ReadConstraints(const QJsonObject& root, SpineSkeletonData
         t.offsetScaleX = Number(object, "scaleX", 0.0f);
         t.offsetScaleY = Number(object, "scaleY", 0.0f);
         t.offsetShearY = Number(object, "shearY", 0.0f);
+        t.skinRequired = Flag(object, "skin", false);
         if (Flag(object, "local", false) || Flag(object, "relative", false))
             WarnOnce("Local and relative transform constraints are applied in world mode");
         data.transformConstraints.push_back(t);
@@ -530,6 +532,22 @@ void SpineJsonReader::ReadSkins(const QJsonObject& root, SpineSkeletonData& data
                 const int index = data.FindBone(Text(bone));
                 if (index >= 0)
                     skin->bones.push_back(index);
+            }
+            for (const QJsonValue name : object.value(Key("ik")).toArray())
+            {
+                for (std::size_t i = 0; i < data.ikConstraints.size(); ++i)
+                {
+                    if (data.ikConstraints[i].name == Text(name))
+                        skin->ikConstraints.push_back(static_cast<int>(i));
+                }
+            }
+            for (const QJsonValue name : object.value(Key("transform")).toArray())
+            {
+                for (std::size_t i = 0; i < data.transformConstraints.size(); ++i)
+                {
+                    if (data.transformConstraints[i].name == Text(name))
+                        skin->transformConstraints.push_back(static_cast<int>(i));
+                }
             }
             ReadSkin(skin->name, object.value(Key("attachments")).toObject(), data, *skin);
             data.skins.push_back(std::move(skin));

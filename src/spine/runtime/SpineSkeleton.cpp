@@ -43,10 +43,10 @@ SpineSkeleton::SpineSkeleton(const SpineSkeletonData& skeletonData) : data(skele
     for (std::size_t i = 0; i < slotList.size(); ++i)
         slotList[i].data = &data.slotList[i];
     for (const SpineIkData& ik : data.ikConstraints)
-        ikConstraints.push_back({&ik, ik.mix, ik.bendDirection});
+        ikConstraints.push_back({&ik, ik.mix, ik.bendDirection, true});
     for (const SpineTransformData& t : data.transformConstraints)
         transformConstraints.push_back(
-            {&t, t.mixRotate, t.mixX, t.mixY, t.mixScaleX, t.mixScaleY, t.mixShearY});
+            {&t, t.mixRotate, t.mixX, t.mixY, t.mixScaleX, t.mixScaleY, t.mixShearY, true});
     SetSkin(static_cast<const SpineSkin*>(nullptr));
     BuildUpdateCache();
     SetToSetupPose();
@@ -132,6 +132,28 @@ void SpineSkeleton::SetSkin(const SpineSkin* newSkin)
         SpineBone& bone = bones[i];
         const bool parentActive = bone.parent < 0 || bones[static_cast<std::size_t>(bone.parent)].active;
         bone.active = parentActive && (!bone.data->skinRequired || listed[i]);
+    }
+    // Likewise skin-only constraints, which also rest while any of their bones does.
+    const auto listedBy = [&](const std::vector<int>& list, std::size_t index) {
+        return skin && std::find(list.begin(), list.end(), static_cast<int>(index)) != list.end();
+    };
+    const auto bonesActive = [&](const std::vector<int>& constrained, int target) {
+        bool active = bones[static_cast<std::size_t>(target)].active;
+        for (int bone : constrained)
+            active = active && bones[static_cast<std::size_t>(bone)].active;
+        return active;
+    };
+    for (std::size_t i = 0; i < ikConstraints.size(); ++i)
+    {
+        const SpineIkData& ik = *ikConstraints[i].data;
+        ikConstraints[i].active =
+            (!ik.skinRequired || listedBy(skin->ikConstraints, i)) && bonesActive(ik.bones, ik.target);
+    }
+    for (std::size_t i = 0; i < transformConstraints.size(); ++i)
+    {
+        const SpineTransformData& t = *transformConstraints[i].data;
+        transformConstraints[i].active =
+            (!t.skinRequired || listedBy(skin->transformConstraints, i)) && bonesActive(t.bones, t.target);
     }
 }
 
@@ -418,7 +440,7 @@ void SpineSkeleton::UpdateAppliedTransform(SpineBone& bone)
 
 void SpineSkeleton::ApplyIk(const SpineIkConstraint& constraint)
 {
-    if (constraint.mix == 0.0f)
+    if (!constraint.active || constraint.mix == 0.0f)
         return;
     const SpineIkData& ik = *constraint.data;
     const SpineBone& target = bones[static_cast<std::size_t>(ik.target)];
@@ -635,6 +657,8 @@ void SpineSkeleton::ApplyIkTwoBones(SpineBone& parent, SpineBone& child, float t
 // target's (plus the offsets), each by its own mix.
 void SpineSkeleton::ApplyTransform(const SpineTransformConstraint& constraint)
 {
+    if (!constraint.active)
+        return;
     const SpineTransformData& t = *constraint.data;
     const SpineBone& target = bones[static_cast<std::size_t>(t.target)];
     const float ta = target.a, tb = target.b, tc = target.c, td = target.d;

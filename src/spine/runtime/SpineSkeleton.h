@@ -30,12 +30,14 @@ struct SpineIkConstraint
     const SpineIkData* data = nullptr;
     float mix = 1.0f;
     int bendDirection = 1;
+    bool active = true;
 };
 
 struct SpineTransformConstraint
 {
     const SpineTransformData* data = nullptr;
     float mixRotate = 1, mixX = 1, mixY = 1, mixScaleX = 1, mixScaleY = 1, mixShearY = 1;
+    bool active = true;
 };
 
 // One posable instance of skeleton data: bones, slots, draw order, skin and constraints.

@@ -53,6 +53,7 @@ struct SpineIkData
     int target = 0;
     float mix = 1.0f;
     int bendDirection = 1;
+    bool skinRequired = false; // only active while the current skin lists it
 };
 
 struct SpineTransformData
@@ -64,6 +65,7 @@ struct SpineTransformData
     float mixRotate = 1.0f, mixX = 1.0f, mixY = 1.0f, mixScaleX = 1.0f, mixScaleY = 1.0f, mixShearY = 1.0f;
     float offsetRotation = 0.0f, offsetX = 0.0f, offsetY = 0.0f, offsetScaleX = 0.0f, offsetScaleY = 0.0f,
           offsetShearY = 0.0f;
+    bool skinRequired = false;
 };
 
 // Attachments by slot, then by the key that slots and timelines name them with.
@@ -71,7 +73,10 @@ struct SpineSkin
 {
     std::string name;
     std::vector<std::map<std::string, std::unique_ptr<SpineAttachment>>> attachments; // one map per slot
-    std::vector<int> bones; // skin-only bones this skin switches on
+    // Skin-only bones and constraints this skin switches on.
+    std::vector<int> bones;
+    std::vector<int> ikConstraints;
+    std::vector<int> transformConstraints;
 
     const SpineAttachment* Find(int slot, const std::string& key) const;
     SpineAttachment* Find(int slot, const std::string& key);
