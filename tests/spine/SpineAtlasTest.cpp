@@ -101,6 +101,10 @@ TEST(SpineAtlas, PageSettingsAndExtraValuesAreKept)
     const auto declared = SpineAtlas::Parse(QByteArray(OldAtlas), error);
     ASSERT_TRUE(declared);
     EXPECT_EQ(declared->pages[0].width, 1022);
+    EXPECT_FALSE(declared->pages[0].premultipliedAlpha);
+    const auto marked = SpineAtlas::Parse(QByteArray("hero-pma.png\nsize: 4,4\n"), error);
+    ASSERT_TRUE(marked);
+    EXPECT_TRUE(marked->pages[0].premultipliedAlpha);
 }
 
 // A 4.1 sequence is not animated, but shows the region of its setup frame: path + zero-padded number.

@@ -95,6 +95,8 @@ std::unique_ptr<SpineAtlas> SpineAtlas::Parse(const QByteArray& text, std::strin
             {
                 atlas->pages.push_back({});
                 atlas->pages.back().name = line.toStdString();
+                // 3.x atlases have no pma flag; exporters mark premultiplied pages in the file name.
+                atlas->pages.back().premultipliedAlpha = line.contains(QStringLiteral("-pma."));
                 inPage = true;
             }
             else
