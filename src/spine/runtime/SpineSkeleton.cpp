@@ -134,8 +134,9 @@ void SpineSkeleton::SetSkin(const SpineSkin* newSkin)
         bone.active = parentActive && (!bone.data->skinRequired || listed[i]);
     }
     // Likewise skin-only constraints, which also rest while any of their bones does.
-    const auto listedBy = [&](const std::vector<int>& list, std::size_t index) {
-        return skin && std::find(list.begin(), list.end(), static_cast<int>(index)) != list.end();
+    const auto listedBy = [&](const std::vector<int> SpineSkin::*list, std::size_t index) {
+        return skin && std::find((skin->*list).begin(), (skin->*list).end(), static_cast<int>(index)) !=
+                           (skin->*list).end();
     };
     const auto bonesActive = [&](const std::vector<int>& constrained, int target) {
         bool active = bones[static_cast<std::size_t>(target)].active;
@@ -147,13 +148,13 @@ void SpineSkeleton::SetSkin(const SpineSkin* newSkin)
     {
         const SpineIkData& ik = *ikConstraints[i].data;
         ikConstraints[i].active =
-            (!ik.skinRequired || listedBy(skin->ikConstraints, i)) && bonesActive(ik.bones, ik.target);
+            (!ik.skinRequired || listedBy(&SpineSkin::ikConstraints, i)) && bonesActive(ik.bones, ik.target);
     }
     for (std::size_t i = 0; i < transformConstraints.size(); ++i)
     {
         const SpineTransformData& t = *transformConstraints[i].data;
-        transformConstraints[i].active =
-            (!t.skinRequired || listedBy(skin->transformConstraints, i)) && bonesActive(t.bones, t.target);
+        transformConstraints[i].active = (!t.skinRequired || listedBy(&SpineSkin::transformConstraints, i)) &&
+                                         bonesActive(t.bones, t.target);
     }
 }
 
