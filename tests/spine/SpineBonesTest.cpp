@@ -24,6 +24,7 @@ TEST(SpineBones, EveryInheritModeGivesTheHandComputedWorldTransform)
         {"name":"noScale","parent":"turned","x":5,"inherit":"noScale"},
         {"name":"oldNoRotation","parent":"turned","x":5,"inheritRotation":false},
         {"name":"oldOnlyTranslation","parent":"turned","x":5,"inheritRotation":false,"inheritScale":false},
+        {"name":"oldNoScale","parent":"turned","x":5,"inheritScale":false},
         {"name":"mirrored","parent":"root","scaleX":-1},
         {"name":"mirroredNoScale","parent":"mirrored","inherit":"noScale"},
         {"name":"mirroredNoScaleOrReflection","parent":"mirrored","transform":"noScaleOrReflection"},
@@ -48,6 +49,7 @@ TEST(SpineBones, EveryInheritModeGivesTheHandComputedWorldTransform)
     ExpectMatrix(bone("oldNoRotation"), 2, 0, 0, 2);
     ExpectMatrix(bone("oldOnlyTranslation"), 1, 0, 0, 1);
     ExpectMatrix(bone("noScale"), 0, -1, 1, 0);
+    ExpectMatrix(bone("oldNoScale"), 0, -1, 1, 0);
 
     ExpectMatrix(bone("mirroredNormal"), -3, 0, 0, 1);
     ExpectMatrix(bone("mirroredNoScale"), -1, 0, 0, 1);
