@@ -132,3 +132,25 @@ TEST(SpineBadInput, DamagedPartsAreSkippedAndTheRestLoads)
         EXPECT_TRUE(Mentions(warnings, expected)) << expected;
     PoseEverything(*data);
 }
+
+// A chain of 100 000 bones, each the child of the one before: loading and posing it neither
+// overflows the stack nor takes quadratic time.
+TEST(SpineBadInput, VeryDeepHierarchiesLoadAndPose)
+{
+    std::string json = R"({"bones":[{"name":"b0"})";
+    constexpr int Count = 100000;
+    for (int i = 1; i < Count; ++i)
+    {
+        json += R"(,{"name":"b)";
+        json += std::to_string(i);
+        json += R"(","parent":"b)";
+        json += std::to_string(i - 1);
+        json += R"(","x":1,"rotation":0.001})";
+    }
+    json += R"(],"ik":[{"name":"ik","bones":["b99998","b99999"],"target":"b5"}]})";
+    const auto data = ReadSkeleton(json);
+    ASSERT_TRUE(data);
+    SpineSkeleton skeleton(*data);
+    skeleton.UpdateWorldTransform();
+    EXPECT_TRUE(std::isfinite(skeleton.bones.back().worldX));
+}

@@ -377,7 +377,7 @@ bool SpineJsonReader::ReadBones(const QJsonObject& root, SpineSkeletonData& data
         bone.skinRequired = Flag(object, "skin", false);
         if (Flag(object, "flipX", false) || Flag(object, "flipY", false))
             WarnOnce("Bone flips (Spine 2.x) are not supported");
-        data.bones.push_back(bone);
+        data.AddBone(bone);
     }
     return true;
 }
@@ -408,7 +408,7 @@ void SpineJsonReader::ReadSlots(const QJsonObject& root, SpineSkeletonData& data
             slot.blend = SpineBlendMode::Multiply;
         else if (blend == "screen")
             slot.blend = SpineBlendMode::Screen;
-        data.slotList.push_back(slot);
+        data.AddSlot(slot);
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <numbers>
 
 namespace {
@@ -178,22 +177,34 @@ void SpineSkeleton::BuildUpdateCache()
         if (bones[i].parent >= 0)
             children[static_cast<std::size_t>(bones[i].parent)].push_back(static_cast<int>(i));
     }
-    const std::function<void(int)> sortBone = [&](int index) {
-        if (sorted[static_cast<std::size_t>(index)])
-            return;
-        if (bones[static_cast<std::size_t>(index)].parent >= 0)
-            sortBone(bones[static_cast<std::size_t>(index)].parent);
-        updateCache.push_back({CacheEntry::Bone, index});
-        sorted[static_cast<std::size_t>(index)] = true;
+    // Both walks are iterative: a damaged file may chain thousands of bones, deeper than the stack.
+    std::vector<int> pending;
+    const auto sortBone = [&](int index) {
+        pending.clear();
+        for (int bone = index; bone >= 0 && !sorted[static_cast<std::size_t>(bone)];
+             bone = bones[static_cast<std::size_t>(bone)].parent)
+            pending.push_back(bone);
+        for (auto bone = pending.rbegin(); bone != pending.rend(); ++bone)
+        {
+            updateCache.push_back({CacheEntry::Bone, *bone});
+            sorted[static_cast<std::size_t>(*bone)] = true;
+        }
     };
     // Bones below a constrained bone were possibly computed before the constraint moved it: mark them
     // for recomputation after it.
-    const std::function<void(int)> sortReset = [&](int index) {
-        for (int child : children[static_cast<std::size_t>(index)])
+    std::vector<int> stack;
+    const auto sortReset = [&](int index) {
+        stack.assign(1, index);
+        while (!stack.empty())
         {
-            if (sorted[static_cast<std::size_t>(child)])
-                sortReset(child);
-            sorted[static_cast<std::size_t>(child)] = false;
+            const int bone = stack.back();
+            stack.pop_back();
+            for (int child : children[static_cast<std::size_t>(bone)])
+            {
+                if (sorted[static_cast<std::size_t>(child)])
+                    stack.push_back(child);
+                sorted[static_cast<std::size_t>(child)] = false;
+            }
         }
     };
 

@@ -16,24 +16,28 @@ SpineAttachment* SpineSkin::Find(int slot, const std::string& key)
     return const_cast<SpineAttachment*>(static_cast<const SpineSkin*>(this)->Find(slot, key));
 }
 
+void SpineSkeletonData::AddBone(const SpineBoneData& bone)
+{
+    boneIndex.emplace(bone.name, static_cast<int>(bones.size()));
+    bones.push_back(bone);
+}
+
+void SpineSkeletonData::AddSlot(const SpineSlotData& slot)
+{
+    slotIndex.emplace(slot.name, static_cast<int>(slotList.size()));
+    slotList.push_back(slot);
+}
+
 int SpineSkeletonData::FindBone(const std::string& name) const
 {
-    for (std::size_t i = 0; i < bones.size(); ++i)
-    {
-        if (bones[i].name == name)
-            return static_cast<int>(i);
-    }
-    return -1;
+    const auto found = boneIndex.find(name);
+    return found == boneIndex.end() ? -1 : found->second;
 }
 
 int SpineSkeletonData::FindSlot(const std::string& name) const
 {
-    for (std::size_t i = 0; i < slotList.size(); ++i)
-    {
-        if (slotList[i].name == name)
-            return static_cast<int>(i);
-    }
-    return -1;
+    const auto found = slotIndex.find(name);
+    return found == slotIndex.end() ? -1 : found->second;
 }
 
 const SpineSkin* SpineSkeletonData::FindSkin(const std::string& name) const

@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 class SpineAtlas;
@@ -96,8 +97,15 @@ public:
     std::vector<SpineAnimation> animations;
     std::shared_ptr<const SpineAtlas> atlas; // kept alive for the regions the attachments point at
 
+    // Adding through these keeps the name lookups fast on skeletons of any size.
+    void AddBone(const SpineBoneData& bone);
+    void AddSlot(const SpineSlotData& slot);
     int FindBone(const std::string& name) const;
     int FindSlot(const std::string& name) const;
     const SpineSkin* FindSkin(const std::string& name) const;
     const SpineAnimation* FindAnimation(const std::string& name) const;
+
+private:
+    std::unordered_map<std::string, int> boneIndex;
+    std::unordered_map<std::string, int> slotIndex;
 };
