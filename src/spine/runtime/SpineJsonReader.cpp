@@ -33,7 +33,8 @@ std::vector<std::size_t> FileOrder(const QByteArray& json, const char* section,
                                    const std::vector<std::string>& names)
 {
     const QByteArray sectionKey = QByteArray("\"") + section + "\"";
-    const qsizetype start = json.indexOf(sectionKey);
+    // Each name costs a search of the file; past a few hundred names the sorted order has to do.
+    const qsizetype start = names.size() > 500 ? -1 : json.indexOf(sectionKey);
     std::vector<std::pair<qsizetype, std::size_t>> found;
     for (std::size_t i = 0; i < names.size(); ++i)
     {
