@@ -1,5 +1,6 @@
 #include "cli/BatchOptions.h"
 #include "cli/CommandLineArgumentSet.h"
+#include "cli/SpinePoseCommand.h"
 #include "cli/Testbed.h"
 #include "core/ResourceFolder.h"
 #include "sets/BrondelCore.h"
@@ -30,6 +31,8 @@ void DropAnonymousDecoderMessages(QtMsgType type, const QMessageLogContext& cont
 int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
+    if (IsSpinePoseCommand(argc, argv))
+        return RunSpinePoseCommand(argc, argv, std::cout, std::cerr);
     defaultHandler = qInstallMessageHandler(DropAnonymousDecoderMessages);
     const CommandLineArgumentSet arguments(argv, argc);
     if (arguments.HasArgument("--help") || arguments.HasArgument("-h"))
