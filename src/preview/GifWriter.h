@@ -20,9 +20,10 @@ struct GifPalette
     std::uint8_t g[256] = {};
     std::uint8_t b[256] = {};
     // The k-d tree: node n has children 2n and 2n + 1; numbers from 1 << bitDepth on are the leaves,
-    // one per palette entry. Each internal node splits on one channel (0 red, 1 green, 2 blue).
-    std::uint8_t splitChannel[255] = {};
-    std::uint8_t splitValue[255] = {};
+    // one per palette entry. Each internal node splits on one channel (0 red, 1 green, 2 blue). The
+    // internal nodes are 1 to 255, so the arrays hold 256 entries; slot 0 is never used.
+    std::uint8_t splitChannel[256] = {};
+    std::uint8_t splitValue[256] = {};
 };
 
 struct GifBitStatus
