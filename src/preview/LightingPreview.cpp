@@ -99,11 +99,14 @@ QOpenGLFunctions_2_1* LightingPreview::Functions()
     QOpenGLContext* context = QOpenGLContext::currentContext();
     if (context == nullptr)
         return nullptr;
-    if (gl == nullptr)
+    if (context != glContext)
     {
+        // Textures belong to the context they were made in; a new context starts a new cache.
+        textureCache.reset();
+        glContext = context;
         gl = QOpenGLVersionFunctionsFactory::get<QOpenGLFunctions_2_1>(context);
-        if (gl != nullptr)
-            gl->initializeOpenGLFunctions();
+        if (gl != nullptr && !gl->initializeOpenGLFunctions())
+            gl = nullptr;
     }
     return gl;
 }

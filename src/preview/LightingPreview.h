@@ -250,6 +250,7 @@ private:
     bool shaderReloadPending = false;
     std::unique_ptr<TextureCache> textureCache;
     QOpenGLFunctions_2_1* gl = nullptr;
+    const void* glContext = nullptr;
 
     bool stillRequested = false;
     bool animationRequested = false;

@@ -45,7 +45,7 @@ QImage LightingPreview::RenderAtAnimationTime(float time, QOpenGLFramebufferObje
     gl->glEnable(GL_DEPTH_TEST);
     gl->glEnable(GL_TEXTURE_2D);
     RenderScene(view != nullptr ? *view : camera);
-    QImage picture = frameBuffer->toImage(false);
+    QImage picture = frameBuffer->toImage();
     frameBuffer->release();
     gl->glViewport(viewport[0], viewport[1], viewport[2], viewport[3]);
     return picture;
