@@ -1,0 +1,130 @@
+#include "GLTestSupport.h"
+
+#include "core/Image.h"
+#include "preview/BDPreviewWindow.h"
+#include "processing/ImageProcessor.h"
+#include "sets/BrondelCore.h"
+#include "support/TestImages.h"
+
+#include <QImageReader>
+#include <QTest>
+#include <QWheelEvent>
+#include <gtest/gtest.h>
+
+namespace {
+class PreviewWindow : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(MakeTestContextCurrent()) << "the GL tests need a display (run them under xvfb-run)";
+        window = std::make_unique<BDPreviewWindow>();
+        ImageProcessor& processor = *core.GetCurrentProcessor();
+        const auto flat = [](int w, int h, Colour c) {
+            return MakeImage(w, h, [c](int, int) { return c; }).release();
+        };
+        processor.SetImage(flat(16, 32, Colour(0.5f, 0.5f, 1.0f, 1.0f)), ImageType::Normal);
+        processor.SetImage(flat(16, 32, Colour(1.0f, 1.0f, 1.0f, 1.0f)), ImageType::Diffuse);
+        for (ImageType black : {ImageType::Depth, ImageType::Specular, ImageType::Emissive})
+            processor.SetImage(flat(16, 32, Colour(0.0f, 0.0f, 0.0f, 1.0f)), black);
+        processor.SetImage(flat(16, 32, Colour(1.0f, 1.0f, 1.0f, 1.0f)), ImageType::AO);
+        core.SetBackgroundColour(Colour(0.0f, 0.0f, 0.0f));
+        core.SetDirectLightColour(Colour(0.0f, 0.0f, 0.0f));
+        core.SetUpperAmbientColour(Colour(1.0f, 1.0f, 1.0f));
+        core.SetLowerAmbientColour(Colour(1.0f, 1.0f, 1.0f));
+        core.SetLightIconVisibility(false);
+
+        window->SetRenderer(core.GetLightingPreviewPointer());
+        window->SetCore(&core);
+        window->resize(64, 64);
+        window->show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+        QTest::qWait(2 * BDPreviewWindow::kRepaintMilliseconds);
+    }
+
+    LightingPreview& Preview() { return *core.GetLightingPreviewPointer(); }
+
+    BrondelCore core{BRONDEL_RESOURCE_DIR};
+    std::unique_ptr<BDPreviewWindow> window; // made once the application object exists
+};
+
+void SendWheel(QWidget& widget, QPoint angleDelta)
+{
+    QWheelEvent event(QPointF(10, 10), widget.mapToGlobal(QPointF(10, 10)), QPoint(), angleDelta,
+                      Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(&widget, &event);
+    EXPECT_TRUE(event.isAccepted());
+}
+} // namespace
+
+TEST_F(PreviewWindow, RepaintsOnItsOwnAndAnimatesByElapsedTime)
+{
+    // A 1:2 sprite two units tall in a square view two units tall: the middle half is the sprite.
+    const QImage frame = window->grabFramebuffer();
+    EXPECT_EQ(frame.pixel(32, 32), qRgb(255, 255, 255));
+    EXPECT_EQ(frame.pixel(2, 32), qRgb(0, 0, 0));
+    EXPECT_FLOAT_EQ(Preview().GetCamera().GetHeight(), 2.0f);
+    EXPECT_EQ(Preview().GetCamera().GetPixelWidth(), window->width() * window->devicePixelRatio());
+
+    core.SetLightZPosition(0.25f);
+    core.SetLightAnimation(AnimationTypes::VerticalOrbit);
+    const Vector3D before = Preview().GetLightPosition();
+    QTest::qWait(4 * BDPreviewWindow::kRepaintMilliseconds);
+    const Vector3D after = Preview().GetLightPosition();
+    EXPECT_NE(before.x, after.x);
+    EXPECT_FLOAT_EQ(after.z, 0.25f);
+    EXPECT_NEAR(after.x * after.x + after.y * after.y, 1.5f * 1.5f, 1e-3f);
+}
+
+TEST_F(PreviewWindow, MouseButtonsMoveTheLightAndTheWheelZoomsByWholeNotches)
+{
+    core.SetLightZPosition(0.5f);
+    QTest::mousePress(window.get(), Qt::LeftButton, Qt::NoModifier, QPoint(1, 1));
+    Vector3D light = Preview().GetLightPosition();
+    EXPECT_LT(light.x, -0.9f);
+    EXPECT_GT(light.y, 0.9f);
+    EXPECT_FLOAT_EQ(light.z, 0.5f);
+    QTest::mouseRelease(window.get(), Qt::LeftButton, Qt::NoModifier, QPoint(1, 1));
+    EXPECT_FALSE(Preview().IsLeftHeld());
+
+    QTest::mousePress(window.get(), Qt::MiddleButton, Qt::NoModifier, QPoint(60, 60));
+    EXPECT_FALSE(Preview().IsLeftHeld());
+    EXPECT_FALSE(Preview().IsRightHeld());
+    EXPECT_EQ(Preview().GetLightPosition().x, light.x);
+    QTest::mouseRelease(window.get(), Qt::MiddleButton, Qt::NoModifier, QPoint(60, 60));
+
+    SendWheel(*window, QPoint(0, 60)); // half a notch
+    EXPECT_FLOAT_EQ(Preview().GetCamera().GetHeight(), 2.0f);
+    SendWheel(*window, QPoint(120, 0)); // sideways
+    EXPECT_FLOAT_EQ(Preview().GetCamera().GetHeight(), 2.0f);
+    SendWheel(*window, QPoint(0, 120)); // one notch away from the user zooms in
+    EXPECT_FLOAT_EQ(Preview().GetCamera().GetHeight(), 1.25f);
+    SendWheel(*window, QPoint(0, -240));
+    EXPECT_FLOAT_EQ(Preview().GetCamera().GetHeight(), 2.75f);
+    core.ResetCamera();
+    EXPECT_FLOAT_EQ(Preview().GetCamera().GetHeight(), 2.0f);
+}
+
+TEST_F(PreviewWindow, StillRendersAreWrittenAtTheNextFrameAtNativeOrViewportSize)
+{
+    TempFolder folder;
+    Preview().GrabScreenshot(folder.File("native.png"), true);
+    EXPECT_TRUE(Preview().IsRenderPending());
+    QTest::qWait(3 * BDPreviewWindow::kRepaintMilliseconds);
+    EXPECT_FALSE(Preview().IsRenderPending());
+    const QImage native(QString::fromStdString(folder.File("native.png")));
+    ASSERT_FALSE(native.isNull());
+    EXPECT_EQ(native.size(), QSize(16, 32));
+    EXPECT_EQ(native.pixel(0, 0), qRgb(255, 255, 255)); // the sprite fills a native render exactly
+
+    Preview().GrabScreenshot(folder.File("viewport.jpg"), false);
+    QTest::qWait(3 * BDPreviewWindow::kRepaintMilliseconds);
+    QImageReader reader(QString::fromStdString(folder.File("viewport.jpg")));
+    EXPECT_EQ(reader.format(), "jpeg");
+    EXPECT_EQ(reader.size(), window->size() * window->devicePixelRatio());
+
+    // A cancelled file dialog asks with an empty name: nothing is written, nothing breaks.
+    Preview().GrabScreenshot("", true);
+    QTest::qWait(2 * BDPreviewWindow::kRepaintMilliseconds);
+    EXPECT_FALSE(Preview().IsRenderPending());
+}
