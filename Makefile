@@ -31,8 +31,9 @@ lint: configure
 
 bench: deps
 	@cmake -S . -B $(BUILD)-bench -DCMAKE_BUILD_TYPE=Release -DBRONDEL_BUILD_BENCH=ON -DBRONDEL_BUILD_TESTS=ON >/dev/null
-	@cmake --build $(BUILD)-bench -j $(JOBS) --target brondel_bench
-	@$(BUILD)-bench/bin/brondel_bench
+	@cmake --build $(BUILD)-bench -j $(JOBS) --target brondel_bench brondel_preview_bench
+	@$(BUILD)-bench/bin/brondel_bench $(BENCH_ARGS)
+	@xvfb-run -a -s "-screen 0 1280x1024x24" $(BUILD)-bench/bin/brondel_preview_bench $(BENCH_ARGS)
 
 clean:
 	@rm -rf $(BUILD) $(BUILD)-bench
