@@ -49,17 +49,26 @@ unsigned TextureCache::Bind(QOpenGLFunctions_2_1* gl, const Image* image, int un
     Entry& entry = fresh ? entries[image] : found->second;
     entry.lastUsedFrame = frame;
     if (fresh)
+    {
         gl->glGenTextures(1, &entry.texture);
-    gl->glBindTexture(GL_TEXTURE_2D, entry.texture);
+        gl->glBindTexture(GL_TEXTURE_2D, entry.texture);
+        // Smaller copies for views where the sprite is shown smaller than its maps: a zoomed-out large
+        // sheet then reads a few texels per pixel instead of striding across the whole map, which is
+        // both faster and free of sparkle. Kept up to date by the driver on every upload.
+        gl->glTexParameteri(GL_TEXTURE_2D, GL_GENERATE_MIPMAP, GL_TRUE);
+    }
+    else
+        gl->glBindTexture(GL_TEXTURE_2D, entry.texture);
     if (fresh || entry.revision != image->GetRevision())
         Upload(gl, *image, entry,
                fresh || entry.width != image->GetWidth() || entry.height != image->GetHeight());
 
     // Cheap to set on every bind, and the image's filtering and wrap switches can change without a
     // new revision.
-    const GLint filter = image->GetFiltering() ? GL_LINEAR : GL_NEAREST;
-    gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, filter);
-    gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, filter);
+    const bool smooth = image->GetFiltering();
+    gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER,
+                        smooth ? GL_LINEAR_MIPMAP_LINEAR : GL_NEAREST_MIPMAP_NEAREST);
+    gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, smooth ? GL_LINEAR : GL_NEAREST);
     gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, image->wrapX ? GL_REPEAT : GL_CLAMP_TO_EDGE);
     gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T,
                         image->GetVerticalWrap() ? GL_REPEAT : GL_CLAMP_TO_EDGE);
