@@ -28,6 +28,8 @@ void GenerateMissingMaps(BrondelCore& core)
         core.AttemptDepthGeneration();
     if (!core.HasNonDefaultImageOfType(ImageType::AO))
         core.AttemptAOGeneration();
+    // Palette columns shaded from white through the colour to black, so palette shading has shades.
+    core.SetPaletteSampleLighting(true);
     if (!core.HasNonDefaultImageOfType(ImageType::Palette))
         core.AttemptPaletteGeneration();
     if (!core.HasNonDefaultImageOfType(ImageType::Index))
