@@ -1,6 +1,7 @@
 #include "GLTestSupport.h"
 
 #include "core/Image.h"
+#include "deptheditor/DepthEditor.h"
 #include "preview/TextureCache.h"
 #include "support/TestImages.h"
 
@@ -334,4 +335,59 @@ TEST_F(Renderer, TexturesAreSentAgainOnlyWhenTheImageChanged)
     cache->UpdateRegion(TestGL(), diffuse, 40, 40, 1, 1);
     EXPECT_EQ(Render().pixel(40, 40), qRgb(255, 0, 0));
     EXPECT_EQ(cache->GetUploadCount(), afterFirst + 1);
+}
+
+TEST_F(Renderer, DepthEditingShowsSelectionEdgesAndContours)
+{
+    SetMap(ImageType::Depth, [](int x, int) {
+        const float d = static_cast<float>(x) / (kSize - 1);
+        return Colour(d, d, d, 1.0f);
+    });
+    processor.PopulateDepthArrayFromMap(); // also gives the processor its depth editor
+    DepthEditor* editor = processor.GetDepthEditor();
+    ASSERT_NE(editor, nullptr);
+    const std::vector<float> selected(8 * 8, 1.0f);
+    editor->CopySelectionBlock(40, 40, 8, 8, selected.data());
+    const bool edges[4] = {true, true, true, true};
+    editor->CopyEdgeBlock(10, 50, 4, 1, edges, edges);
+    preview.SelectShader(ShaderEnums::DepthEditing);
+    preview.SetDepthEditMode(true);
+    preview.SetDirectionalLight(true);
+    preview.SetLightPosition(Vector3D(0.0f, 0.0f, 1.0f));
+
+    QImage frame = Render();
+    const Colour plain = PixelAt(frame, 20, 20);
+    EXPECT_NEAR(plain.r, plain.b, kTolerance) << "unselected plaster is grey";
+    const Colour tinted = PixelAt(frame, 44, 44);
+    EXPECT_GT(tinted.r - tinted.b, 0.3f) << "the selection is tinted";
+    const Colour edge = PixelAt(frame, 11, 50);
+    EXPECT_GT(edge.r, 0.9f);
+    EXPECT_LT(edge.g, 0.2f);
+
+    // Contours only when asked for: the depth ramp then crosses ten bands along a row.
+    const auto countLines = [&](const QImage& image) {
+        int lines = 0;
+        for (int x = 1; x < kSize; ++x)
+            lines +=
+                PixelAt(image, x, 10).r < 0.5f * plain.r && PixelAt(image, x - 1, 10).r >= 0.5f * plain.r;
+        return lines;
+    };
+    EXPECT_EQ(countLines(frame), 0);
+    preview.SetContourDisplay(true);
+    frame = Render();
+    const int lines = countLines(frame);
+    EXPECT_GE(lines, 8);
+    EXPECT_LE(lines, 11);
+}
+
+TEST_F(Renderer, TheLightMarkerIsDrawnAtTheLightUnlessHidden)
+{
+    preview.SetDirectLightColour(Colour(0.0f, 0.0f, 0.0f));
+    preview.SetLightPosition(Vector3D(0.5f, 0.5f, 1.0f));
+    // Scene point (0.5, 0.5) is pixel (48, 16) of a 64-pixel view two units tall.
+    EXPECT_EQ(Render().pixel(48, 16), qRgb(0, 0, 0));
+    preview.SetLightIconVisibility(true);
+    const QImage frame = Render();
+    EXPECT_NE(frame.pixel(48, 16), qRgb(0, 0, 0));
+    EXPECT_EQ(frame.pixel(16, 48), qRgb(0, 0, 0));
 }
