@@ -108,7 +108,7 @@ bool LightSettings::ReadFromFileKeepingValues(std::string filename)
 
 std::string LightSettings::GetDefaultsPathForReading(const std::string& resourceFolder)
 {
-    const std::string saved = GetDefaultsPathForWriting();
+    std::string saved = GetDefaultsPathForWriting();
     if (!saved.empty() && QFile::exists(QString::fromUtf8(saved.c_str())))
         return saved;
     return resourceFolder + kDefaultFilename;

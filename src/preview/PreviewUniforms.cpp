@@ -74,7 +74,9 @@ Vector3D MeshVertex(int i, int j, float aspect, float depthAtVertex, float depth
 
 Vector2D TileOffset(int k, float aspect)
 {
-    return {static_cast<float>(k % 3 - 1) * 2.0f * aspect, static_cast<float>(1 - k / 3) * 2.0f};
+    const int column = k % 3;
+    const int row = k / 3;
+    return {static_cast<float>(column - 1) * 2.0f * aspect, static_cast<float>(1 - row) * 2.0f};
 }
 
 float OrbitAngle(float orbitMilliseconds)
