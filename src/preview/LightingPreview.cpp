@@ -198,6 +198,8 @@ std::unique_ptr<QOpenGLShaderProgram> LightingPreview::BuildProgram(const std::s
         program->addShaderFromSourceCode(QOpenGLShader::Fragment, QByteArray::fromStdString(fragmentSource));
     if (!fragmentCompiled)
         Report(label + " failed to compile: " + program->log().toStdString());
+    else if (!program->log().trimmed().isEmpty())
+        Report(label + " compile log: " + program->log().trimmed().toStdString());
     if (!vertexCompiled || !fragmentCompiled)
         return nullptr;
     if (!program->link())
@@ -302,7 +304,11 @@ void LightingPreview::DoPreDrawBinding()
             image = &editor->GetSelectionImage();
         if (depthEditMode && editor != nullptr && unit == 3)
             image = &editor->GetEdges().GetEdgeImage();
-        textureCache->Bind(gl, image, unit);
+        // Index and palette maps hold lookups, not pictures: blending neighbouring texels would
+        // address columns between palette entries, so they stay nearest whatever the filtering switch.
+        const bool lookup =
+            kSamplers[unit].type == ImageType::Index || kSamplers[unit].type == ImageType::Palette;
+        textureCache->Bind(gl, image, unit, textureFiltering && !lookup);
         program->setUniformValue(kSamplers[unit].uniform, unit);
     }
     gl->glActiveTexture(GL_TEXTURE0);

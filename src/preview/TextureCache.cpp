@@ -36,7 +36,7 @@ void PackRGBA(const Image& image, int x, int y, int w, int h, std::uint8_t* out)
 TextureCache::TextureCache() = default;
 TextureCache::~TextureCache() = default;
 
-unsigned TextureCache::Bind(QOpenGLFunctions_2_1* gl, const Image* image, int unit)
+unsigned TextureCache::Bind(QOpenGLFunctions_2_1* gl, const Image* image, int unit, bool smooth)
 {
     gl->glActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(unit));
     if (image == nullptr || !image->HasPlanes() || image->GetWidth() == 0 || image->GetHeight() == 0)
@@ -65,7 +65,7 @@ unsigned TextureCache::Bind(QOpenGLFunctions_2_1* gl, const Image* image, int un
 
     // Cheap to set on every bind, and the image's filtering and wrap switches can change without a
     // new revision.
-    const bool smooth = image->GetFiltering();
+    smooth = smooth || image->GetFiltering();
     gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER,
                         smooth ? GL_LINEAR_MIPMAP_LINEAR : GL_NEAREST_MIPMAP_NEAREST);
     gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, smooth ? GL_LINEAR : GL_NEAREST);

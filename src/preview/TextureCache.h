@@ -17,8 +17,9 @@ public:
     TextureCache& operator=(const TextureCache&) = delete;
 
     // Binds the image's texture to the unit, uploading it first when it is new or has changed.
+    // Sampling is smooth when the image asks for filtering or `smooth` is set, else nearest.
     // A null image or one without planes unbinds the unit. Returns the texture name, 0 for none.
-    unsigned Bind(QOpenGLFunctions_2_1* gl, const Image* image, int unit);
+    unsigned Bind(QOpenGLFunctions_2_1* gl, const Image* image, int unit, bool smooth = false);
     // Re-sends only a rectangle of an image whose texture exists, for edits that touch a small area;
     // the texture is then taken as matching the image's current revision.
     void UpdateRegion(QOpenGLFunctions_2_1* gl, const Image* image, int x, int y, int w, int h);

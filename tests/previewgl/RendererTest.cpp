@@ -179,6 +179,8 @@ TEST_F(Renderer, PaletteShadingReadsTheIndexedColumnAtTheLightsRow)
     });
     preview.SelectShader(ShaderEnums::CelPalette);
     preview.SetDirectLightColour(Colour(0.0f, 0.0f, 0.0f));
+    // Smooth texture filtering must not blend palette columns or index codes.
+    preview.SetTextureFiltering(true);
     for (const auto& [light, row] : {std::pair{0.8f, 4}, {0.4f, 6}, {1.6f, 1}})
     {
         preview.SetUpperAmbientColour(Colour(light, light, light));
