@@ -4,7 +4,7 @@ BUILD ?= build
 JOBS  ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=Release
 
-.PHONY: all deps configure build test run lint bench clean
+.PHONY: all deps configure build test test-asan run lint bench clean
 
 all: build
 
@@ -23,6 +23,18 @@ test: build
 	@cd $(BUILD) && if ctest -N -L gl | grep -q "Test *#"; then \
 	    xvfb-run -a -s "-screen 0 1280x1024x24" ctest --output-on-failure -L gl; fi
 
+# The whole suite again under AddressSanitizer, LeakSanitizer and UndefinedBehaviorSanitizer.
+ASAN_BUILD ?= $(BUILD)-asan
+SANITIZER_ENV = ASAN_OPTIONS=detect_leaks=1:abort_on_error=0:strict_string_checks=1 \
+    LSAN_OPTIONS=suppressions=$(CURDIR)/tools/lsan.supp:print_suppressions=0 \
+    UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+test-asan: deps
+	@cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBRONDEL_SANITIZE=ON >/dev/null
+	@cmake --build $(ASAN_BUILD) -j $(JOBS)
+	@cd $(ASAN_BUILD) && $(SANITIZER_ENV) ctest --output-on-failure -j $(JOBS) -LE gl
+	@cd $(ASAN_BUILD) && if ctest -N -L gl | grep -q "Test *#"; then \
+	    $(SANITIZER_ENV) xvfb-run -a -s "-screen 0 1280x1024x24" ctest --output-on-failure -L gl; fi
+
 run: build
 	@bash tools/run.sh $(BUILD)
 
@@ -36,4 +48,4 @@ bench: deps
 	@xvfb-run -a -s "-screen 0 1280x1024x24" $(BUILD)-bench/bin/brondel_preview_bench $(BENCH_ARGS)
 
 clean:
-	@rm -rf $(BUILD) $(BUILD)-bench
+	@rm -rf $(BUILD) $(BUILD)-bench $(BUILD)-asan

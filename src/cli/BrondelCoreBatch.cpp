@@ -121,48 +121,65 @@ private:
     int failures = 0;
 };
 
-// Options that are absent or unreadable take the batch default, silently.
-float FloatOption(const CommandLineArgumentSet& arguments, const char* name, float min, float max,
-                  float fallback)
+// The batch settings: every option of the parameter table that is present and readable, the batch
+// default for the rest. Unreadable and out-of-range values fall back silently, like absent ones.
+GenerationParameters ReadBatchParameters(const CommandLineArgumentSet& arguments)
 {
-    try
+    GenerationParameters parameters = BatchDefaults();
+    for (const ParameterDescription& description : GenerationParameterTable())
     {
-        return arguments.GetFloatArg(name, min, max);
+        const char* option = description.batchOption;
+        if (option == nullptr)
+            continue;
+        try
+        {
+            switch (description.kind)
+            {
+            case ParameterKind::Float:
+                description.set(parameters,
+                                arguments.GetFloatArg(option, static_cast<float>(description.minimum),
+                                                      static_cast<float>(description.maximum)));
+                break;
+            case ParameterKind::Int:
+                description.set(parameters, arguments.GetIntArg(option, static_cast<int>(description.minimum),
+                                                                static_cast<int>(description.maximum)));
+                break;
+            case ParameterKind::Flag:
+                description.set(parameters, arguments.HasArgument(option) ? 1.0 : 0.0);
+                break;
+            case ParameterKind::Choice:
+            {
+                const std::string word = arguments.GetStringArg(option);
+                for (std::size_t position = 0; position < description.choices.size(); ++position)
+                    if (word == description.choices[position])
+                        description.set(parameters, static_cast<double>(position));
+                break;
+            }
+            }
+        }
+        catch (const Exception_CLI&)
+        {}
     }
-    catch (const Exception_CLI&)
-    {
-        return fallback;
-    }
+    // Batch depth never has painted edges to respect, whatever the command line says.
+    parameters.depth.respectSelectedEdges = false;
+    return parameters;
 }
 
-int IntOption(const CommandLineArgumentSet& arguments, const char* name, int min, int max, int fallback)
+// One generation stage of the run inside the failure boundary: what goes wrong is told on standard error
+// and the stage counts as not made, so the stages that build on it are skipped.
+bool RunStage(ImageType output, const ImageProcessor& processor, const std::function<void()>& generate)
 {
-    try
-    {
-        return arguments.GetIntArg(name, min, max);
-    }
-    catch (const Exception_CLI&)
-    {
-        return fallback;
-    }
+    const auto [width, height] = processor.GetGenerationSize(output);
+    const auto report = [](std::string text, std::string caption) {
+        std::cerr << caption << ": " << text << std::endl;
+    };
+    return GuardGeneration(DescribeMap(output), width, height, report, generate) ==
+           GenerationOutcome::Finished;
 }
 
-int AnisotropyTypeOption(const CommandLineArgumentSet& arguments)
+const char* Option(GenerationParameter id)
 {
-    std::string word;
-    try
-    {
-        word = arguments.GetStringArg("-anisoType");
-    }
-    catch (const Exception_CLI&)
-    {
-        return 0;
-    }
-    if (word == "doubleVector")
-        return 1;
-    if (word == "angle")
-        return 2;
-    return 0;
+    return DescribeParameter(id).batchOption;
 }
 
 std::ostringstream NumberStream()
@@ -230,6 +247,8 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
         return outputs.AnyRequested() ? 1 : 0;
     }
     outputs.RememberLoadedImages(processor);
+    // The run's own settings: the core's interactive parameters stay as they were.
+    const GenerationParameters batch = ReadBatchParameters(arguments);
 
     const bool normalsWanted =
         outputs.Requested(ImageType::Normal) || outputs.Requested(ImageType::NormalOpacity);
@@ -250,57 +269,63 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
                             "the set's lighting profiles differ in resolution.");
         else
         {
-            normalBend = FloatOption(arguments, "-nBend", 0.1f, 5.0f, 1.0f);
-            normalRotationDirection = FloatOption(arguments, "-nRotAngle", 0.0f, 360.0f, 0.0f);
-            normalRotationAmount = FloatOption(arguments, "-nRotAmount", 0.0f, 90.0f, 0.0f);
-            autofixFlatNormals = arguments.HasArgument("-nFlatFix");
-            flipY = arguments.HasArgument("-nFlipY");
-            processor.GenerateNormals(normalBend, normalRotationDirection, normalRotationAmount,
-                                      autofixFlatNormals, flipY);
+            const NormalParameters& normals = batch.normals;
+            const bool normalsMade = RunStage(ImageType::Normal, processor, [&] {
+                processor.GenerateNormals(normals.bend, normals.rotationDirection, normals.rotationAmount,
+                                          normals.autofixFlatNormals, normals.flipY);
+            });
             outputs.Save(processor, ImageType::Normal);
             outputs.Save(processor, ImageType::NormalOpacity);
 
-            if (depthWanted || aoWanted)
+            bool depthMade = false;
+            if (normalsMade && (depthWanted || aoWanted))
             {
-                depthRefinementSteps = IntOption(arguments, "-dRefSteps", 1, 10000, 50);
-                lowFrequencyEmphasis = FloatOption(arguments, "-dLowFreq", 0.0f, 2.0f, 0.5f);
-                // Accepted for compatibility; batch depth never has selected edges to respect.
-                respectSelectedEdges = false;
-                processor.GenerateDepthMapFromNormals(depthRefinementSteps, false, lowFrequencyEmphasis);
+                depthMade = RunStage(ImageType::Depth, processor, [&] {
+                    processor.GenerateDepthMapFromNormals(batch.depth.refinementSteps,
+                                                          batch.depth.respectSelectedEdges,
+                                                          batch.depth.lowFrequencyEmphasis);
+                });
                 outputs.Save(processor, ImageType::Depth);
                 outputs.Save(processor, ImageType::NormalDepth);
             }
-            if (aoWanted)
+            if (depthMade && aoWanted)
             {
-                aoConeGradient = FloatOption(arguments, "-aoConeGrad", -0.05f, 0.05f, 0.01f);
-                aoBoxSize = IntOption(arguments, "-aoBoxSize", 1, 100, 5);
-                aoStepSize = IntOption(arguments, "-aoStepSize", 1, 10, 1);
-                aoLightFlatness = FloatOption(arguments, "-aoLightFlatness", 0.0f, 1.0f, 0.0f);
-                processor.GenerateAOFromDepth(aoConeGradient, aoBoxSize, aoStepSize, aoLightFlatness);
+                const AOParameters& ao = batch.ao;
+                RunStage(ImageType::AO, processor, [&] {
+                    processor.GenerateAOFromDepth(ao.coneGradient, ao.boxSize, ao.stepSize, ao.lightFlatness);
+                });
                 outputs.Save(processor, ImageType::AO);
             }
+            if (!normalsMade)
+                outputs.FailAll({ImageType::Depth, ImageType::NormalDepth, ImageType::AO},
+                                "the normal map it needs could not be generated.");
+            else if (!depthMade)
+                outputs.Fail(ImageType::AO, "the depth map it needs could not be generated.");
         }
     }
 
     if (outputs.Requested(ImageType::Aniso))
     {
-        anisotropyExpandCount = IntOption(arguments, "-anisoExpandCount", 1, 10, 3);
-        anisotropyOutputType = AnisotropyTypeOption(arguments);
-        processor.GenerateAnisotropyMap(anisotropyExpandCount, anisotropyOutputType);
+        RunStage(ImageType::Aniso, processor, [&] {
+            processor.GenerateAnisotropyMap(batch.anisotropy.expandCount, batch.anisotropy.outputType);
+        });
         outputs.Save(processor, ImageType::Aniso);
     }
 
     if (paletteWanted)
     {
-        paletteHeight = IntOption(arguments, "-pHeight", 4, 512, 32);
-        paletteSampleLighting = arguments.HasArgument("-pSampleLighting");
-        if (processor.CreatePaletteFromDiffuseMap(paletteHeight, paletteSampleLighting))
+        bool paletteMade = false;
+        RunStage(ImageType::Palette, processor, [&] {
+            paletteMade =
+                processor.CreatePaletteFromDiffuseMap(batch.palette.height, batch.palette.sampleLighting);
+        });
+        if (paletteMade)
             outputs.Save(processor, ImageType::Palette);
         else
             outputs.Fail(ImageType::Palette, "the palette could not be generated from the diffuse map.");
         if (outputs.Requested(ImageType::Index))
         {
-            processor.GeneratePaletteIndex();
+            RunStage(ImageType::Index, processor, [&] { processor.GeneratePaletteIndex(); });
             outputs.Save(processor, ImageType::Index);
         }
     }
@@ -309,55 +334,64 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
 
 std::string BrondelCore::GetNormalCLIParams() const
 {
+    const NormalParameters& normals = parameters.normals;
     std::ostringstream text = NumberStream();
     // The direction goes out as -nRotDirect, which the batch options never read (they read -nRotAngle),
     // so a copied command line loses the rotation direction. Known, and kept as it is.
-    if (normalRotationAmount > 0.5f)
-        text << " -nRotAmount " << normalRotationAmount << " -nRotDirect " << normalRotationDirection;
-    if (normalBend != 1.0f)
-        text << " -nBend " << normalBend;
-    if (autofixFlatNormals)
-        text << " -nFlatFix";
-    if (flipY)
-        text << " -nFlipY";
+    if (normals.rotationAmount > 0.5f)
+        text << " " << Option(GenerationParameter::NormalRotationAmount) << " " << normals.rotationAmount
+             << " -nRotDirect " << normals.rotationDirection;
+    if (normals.bend != 1.0f)
+        text << " " << Option(GenerationParameter::NormalBend) << " " << normals.bend;
+    if (normals.autofixFlatNormals)
+        text << " " << Option(GenerationParameter::NormalFixFlat);
+    if (normals.flipY)
+        text << " " << Option(GenerationParameter::NormalFlipY);
     return text.str();
 }
 
 std::string BrondelCore::GetDepthCLIParams() const
 {
     std::ostringstream text = NumberStream();
-    text << " -dLowFreq " << lowFrequencyEmphasis;
+    text << " " << Option(GenerationParameter::DepthLowFrequencyEmphasis) << " "
+         << parameters.depth.lowFrequencyEmphasis;
     // 100 steps, the interactive default, is left out although the batch default is 50.
-    if (depthRefinementSteps != 100)
-        text << " -dRefSteps " << depthRefinementSteps;
+    if (parameters.depth.refinementSteps != 100)
+        text << " " << Option(GenerationParameter::DepthRefinementSteps) << " "
+             << parameters.depth.refinementSteps;
     return text.str();
 }
 
 std::string BrondelCore::GetAOCLIParams() const
 {
+    const AOParameters& ao = parameters.ao;
     std::ostringstream text = NumberStream();
-    text << " -aoConeGrad " << aoConeGradient << " -aoBoxSize " << aoBoxSize;
-    if (aoStepSize != 1)
-        text << " -aoStepSize " << aoStepSize;
-    text << " -aoLightFlatness " << aoLightFlatness;
+    text << " " << Option(GenerationParameter::AOConeGradient) << " " << ao.coneGradient << " "
+         << Option(GenerationParameter::AOBoxSize) << " " << ao.boxSize;
+    if (ao.stepSize != 1)
+        text << " " << Option(GenerationParameter::AOStepSize) << " " << ao.stepSize;
+    text << " " << Option(GenerationParameter::AOLightFlatness) << " " << ao.lightFlatness;
     return text.str();
 }
 
 std::string BrondelCore::GetAnisotropyCLIParams() const
 {
+    const ParameterDescription& type = DescribeParameter(GenerationParameter::AnisotropyOutputType);
+    const int position = parameters.anisotropy.outputType;
+    // Any type outside the known ones is written as the first, "vector".
+    const bool known = position >= 0 && position < static_cast<int>(type.choices.size());
     std::ostringstream text = NumberStream();
-    const char* type = anisotropyOutputType == 1   ? "doubleVector"
-                       : anisotropyOutputType == 2 ? "angle"
-                                                   : "vector";
-    text << " -anisoExpandCount " << anisotropyExpandCount << " -anisoType " << type;
+    text << " " << Option(GenerationParameter::AnisotropyExpandCount) << " "
+         << parameters.anisotropy.expandCount << " " << type.batchOption << " "
+         << type.choices[known ? static_cast<std::size_t>(position) : 0];
     return text.str();
 }
 
 std::string BrondelCore::GetPaletteCLIParams() const
 {
     std::ostringstream text = NumberStream();
-    text << " -pHeight " << paletteHeight;
-    if (paletteSampleLighting)
-        text << " -pSampleLighting";
+    text << " " << Option(GenerationParameter::PaletteHeight) << " " << parameters.palette.height;
+    if (parameters.palette.sampleLighting)
+        text << " " << Option(GenerationParameter::PaletteSampleLighting);
     return text.str();
 }

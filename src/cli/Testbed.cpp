@@ -141,6 +141,9 @@ Testbed::Testbed(BrondelCore& target, std::ostream& output, std::ostream& errors
     const char* const lighting = "it drives the lighting preview";
     const char* const animation = "it drives the desktop window's image-set animation";
 
+    for (const ParameterDescription& description : GenerationParameterTable())
+        if (description.testbedWord != nullptr)
+            Bind(description.testbedWord, ParameterSetter(description));
     Bind("loadimageset", member(&Testbed::LoadSets));
     Bind("loadimage", member(&Testbed::LoadImage));
     Bind("setprocessallimagesets", [this](const std::string& word, const Arguments& arguments) {
@@ -157,24 +160,12 @@ Testbed::Testbed(BrondelCore& target, std::ostream& output, std::ostream& errors
     Bind("saveoutputset", member(&Testbed::SaveOutputSet));
     Bind("clearimage", member(&Testbed::ClearImage));
     Bind("examineimage", member(&Testbed::ExamineImage));
-    Bind("setrotnormalsamount", FloatSetter(&BrondelCore::SetNormalRotationAmount, 0.0f, 90.0f));
-    Bind("setrotnormalsdirection", FloatSetter(&BrondelCore::SetNormalRotationDirection, 0.0f, 360.0f));
-    Bind("setbentnormalsamount", FloatSetter(&BrondelCore::SetNormalBend, 0.1f, 5.0f));
-    Bind("setflipy", BoolSetter(&BrondelCore::SetNormalsFlippedYStatus));
-    Bind("setautofixflatnormals", BoolSetter(&BrondelCore::SetAutofixFlatNormals));
     Bind("attemptnormalmapgeneration",
          Generate(&BrondelCore::AttemptNormalGeneration, &BrondelCore::AttemptNormalGenerationAll));
     Bind("savenormalmap", SaveMap(ImageType::Normal));
-    Bind("setdepthlowfreqemphasis", FloatSetter(&BrondelCore::SetLowFrequencyEmphasis, 0.0f, 2.0f));
-    Bind("setdepthrefinementsteps", IntSetter(&BrondelCore::SetDepthRefinementSteps, 1, 10000));
-    Bind("setrespectselectededges", BoolSetter(&BrondelCore::SetRespectSelectedEdges));
     Bind("attemptdepthmapgen",
          Generate(&BrondelCore::AttemptDepthGeneration, &BrondelCore::AttemptDepthGenerationAll));
     Bind("savedepthmap", SaveMap(ImageType::Depth));
-    Bind("setambientlightflatness", FloatSetter(&BrondelCore::SetAOLightFlatness, 0.0f, 1.0f));
-    Bind("setconegradient", FloatSetter(&BrondelCore::SetAOConeGradient, -0.05f, 0.05f));
-    Bind("setboxsize", IntSetter(&BrondelCore::SetAOBoxSize, 1, 100));
-    Bind("setstepsize", IntSetter(&BrondelCore::SetAOStepSize, 1, 10));
     Bind("attemptaogen", Generate(&BrondelCore::AttemptAOGeneration, &BrondelCore::AttemptAOGenerationAll));
     Bind("saveaomap", SaveMap(ImageType::AO));
     for (const char* word : {"setdirectlight", "setupperambient", "setlowerambient", "setbackground",
@@ -240,51 +231,38 @@ int Testbed::RunScript(std::istream& input)
 
 // --- Argument readers shared by the settings
 
-Testbed::Action Testbed::FloatSetter(void (BrondelCore::*setter)(float), float min, float max)
+// A setting from the parameter table: its range and kind decide what the word accepts.
+Testbed::Action Testbed::ParameterSetter(const ParameterDescription& description)
 {
-    return [this, setter, min, max](const std::string& word, const Arguments& arguments) {
+    return [this, &description](const std::string& word, const Arguments& arguments) {
+        if (description.kind == ParameterKind::Flag)
+        {
+            bool value = false;
+            if (arguments.size() != 1 || !ParseBool(arguments[0], value))
+                return Error(word, "expects 1 or 0");
+            core.SetGenerationParameter(description.id, value ? 1.0 : 0.0);
+            return true;
+        }
+        const bool whole = description.kind != ParameterKind::Float;
         try
         {
             if (arguments.size() != 1)
                 throw Exception_CLI();
-            (core.*setter)(ParseFloatArg(arguments[0], min, max));
+            const double value = whole ? ParseIntArg(arguments[0], static_cast<int>(description.minimum),
+                                                     static_cast<int>(description.maximum))
+                                       : ParseFloatArg(arguments[0], static_cast<float>(description.minimum),
+                                                       static_cast<float>(description.maximum));
+            core.SetGenerationParameter(description.id, value);
             return true;
         }
         catch (const Exception_CLI&)
         {
             std::ostringstream text;
-            text << "expects one number from " << min << " to " << max;
+            text << "expects one " << (whole ? "whole number" : "number") << " from "
+                 << static_cast<float>(description.minimum) << " to "
+                 << static_cast<float>(description.maximum);
             return Error(word, text.str());
         }
-    };
-}
-
-Testbed::Action Testbed::IntSetter(void (BrondelCore::*setter)(int), int min, int max)
-{
-    return [this, setter, min, max](const std::string& word, const Arguments& arguments) {
-        try
-        {
-            if (arguments.size() != 1)
-                throw Exception_CLI();
-            (core.*setter)(ParseIntArg(arguments[0], min, max));
-            return true;
-        }
-        catch (const Exception_CLI&)
-        {
-            return Error(word, "expects one whole number from " + std::to_string(min) + " to " +
-                                   std::to_string(max));
-        }
-    };
-}
-
-Testbed::Action Testbed::BoolSetter(void (BrondelCore::*setter)(bool))
-{
-    return [this, setter](const std::string& word, const Arguments& arguments) {
-        bool value = false;
-        if (arguments.size() != 1 || !ParseBool(arguments[0], value))
-            return Error(word, "expects 1 or 0");
-        (core.*setter)(value);
-        return true;
     };
 }
 

@@ -45,9 +45,7 @@ private:
     bool Error(const std::string& word, const std::string& text) const;
     bool RequireSet(const std::string& word) const;
 
-    Action FloatSetter(void (BrondelCore::*setter)(float), float min, float max);
-    Action IntSetter(void (BrondelCore::*setter)(int), int min, int max);
-    Action BoolSetter(void (BrondelCore::*setter)(bool));
+    Action ParameterSetter(const ParameterDescription& description);
     Action Generate(void (BrondelCore::*single)(), void (BrondelCore::*all)());
     Action SaveMap(ImageType type);
     Action Unavailable(const char* reason);

@@ -1,6 +1,6 @@
 #include "core/Colour.h"
 
-#include "sets/StringHelpers.h"
+#include "core/TextTokens.h"
 
 #include <QColor>
 

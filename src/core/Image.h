@@ -59,7 +59,8 @@ public:
     // errorText with the reason.
     bool SaveToDisk(std::string filename, std::string* errorText = nullptr) const;
 
-    // Settings the preview's texture cache applies to this image's texture.
+    // Sampler state, not pixels: the preview's texture cache applies both every time it binds the
+    // texture, so changing them never moves the revision and never costs a re-upload of the pixels.
     bool GetFiltering() const { return filtering; }
     void SetFiltering(bool value);
     bool GetVerticalWrap() const { return verticalWrap; }

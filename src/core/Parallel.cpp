@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <exception>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -42,15 +44,43 @@ void ParallelFor(int begin, int end, const std::function<void(int from, int to)>
         body(begin, end);
         return;
     }
+    // An exception (a failed allocation, a cancelled generation) must never leave a worker thread, where
+    // it would end the program: each block keeps its own, and the first one, in block order, is rethrown
+    // on the caller once every thread has finished.
+    std::vector<std::exception_ptr> failures(static_cast<std::size_t>(threads));
+    const auto run = [&body, &failures](int block, int from, int to) noexcept {
+        try
+        {
+            body(from, to);
+        }
+        catch (...)
+        {
+            failures[static_cast<std::size_t>(block)] = std::current_exception();
+        }
+    };
     std::vector<std::thread> workers;
     workers.reserve(static_cast<std::size_t>(threads - 1));
-    for (int t = 1; t < threads; ++t)
+    int started = 1;
+    try
     {
-        const int from = begin + static_cast<int>(static_cast<long long>(count) * t / threads);
-        const int to = begin + static_cast<int>(static_cast<long long>(count) * (t + 1) / threads);
-        workers.emplace_back(body, from, to);
+        for (; started < threads; ++started)
+        {
+            const int from = begin + static_cast<int>(static_cast<long long>(count) * started / threads);
+            const int to = begin + static_cast<int>(static_cast<long long>(count) * (started + 1) / threads);
+            workers.emplace_back(run, started, from, to);
+        }
     }
-    body(begin, begin + count / threads);
+    catch (const std::system_error&)
+    {
+        // No more threads to be had: the blocks not started run here instead, in order.
+    }
+    run(0, begin, begin + count / threads);
+    for (int block = started; block < threads; ++block)
+        run(block, begin + static_cast<int>(static_cast<long long>(count) * block / threads),
+            begin + static_cast<int>(static_cast<long long>(count) * (block + 1) / threads));
     for (std::thread& worker : workers)
         worker.join();
+    for (const std::exception_ptr& failure : failures)
+        if (failure)
+            std::rethrow_exception(failure);
 }

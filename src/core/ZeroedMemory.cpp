@@ -26,6 +26,20 @@ constexpr bool kMapLargeBlocks = true;
 constexpr bool kMapLargeBlocks = true;
 #endif
 
+// The ceiling in force: the one set by the program, else BRONDEL_MEMORY_LIMIT in MiB, else none.
+std::size_t EffectiveLimit()
+{
+    const std::size_t set = bytesLimit.load(std::memory_order_relaxed);
+    if (set != 0)
+        return set;
+    static const std::size_t fromEnvironment = [] {
+        const char* text = std::getenv("BRONDEL_MEMORY_LIMIT");
+        const long long mebibytes = text ? std::atoll(text) : 0;
+        return mebibytes > 0 ? static_cast<std::size_t>(mebibytes) << 20 : std::size_t{0};
+    }();
+    return fromEnvironment;
+}
+
 bool Mapped(std::size_t bytes)
 {
     return kMapLargeBlocks && bytes >= kMappedFrom;
@@ -34,7 +48,7 @@ bool Mapped(std::size_t bytes)
 // Reserves the bytes against the limit before the system is asked, so two threads cannot both pass it.
 bool Reserve(std::size_t bytes)
 {
-    const std::size_t limit = bytesLimit.load(std::memory_order_relaxed);
+    const std::size_t limit = EffectiveLimit();
     const std::size_t before = bytesInUse.fetch_add(bytes, std::memory_order_relaxed);
     if (limit != 0 && (before + bytes > limit || before + bytes < before))
     {
@@ -100,5 +114,5 @@ void SetZeroedMemoryLimit(std::size_t bytes)
 
 std::size_t GetZeroedMemoryLimit()
 {
-    return bytesLimit.load(std::memory_order_relaxed);
+    return EffectiveLimit();
 }

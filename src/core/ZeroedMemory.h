@@ -13,8 +13,8 @@ bool ZeroedBytesFor(std::size_t count, std::size_t size, std::size_t& bytes);
 
 // Bytes handed out by AllocateZeroed and not yet freed.
 std::size_t ZeroedBytesInUse();
-// A ceiling on ZeroedBytesInUse (0, the default, means none): an allocation that would pass it fails
-// as if the system had refused it. Lets a user keep Brondel inside a memory budget, and tests force
-// an allocation failure without exhausting the machine.
+// A ceiling on ZeroedBytesInUse: an allocation that would pass it fails as if the system had refused
+// it. Lets a user keep Brondel inside a memory budget (BRONDEL_MEMORY_LIMIT, in MiB, when none is set
+// here), and tests force an allocation failure without exhausting the machine. 0 means none.
 void SetZeroedMemoryLimit(std::size_t bytes);
 std::size_t GetZeroedMemoryLimit();

@@ -1,6 +1,7 @@
 #include "preview/LightingPreview.h"
 
 #include "core/Image.h"
+#include "preview/GifSaver.h"
 #include "preview/PreviewUniforms.h"
 #include "processing/ImageProcessor.h"
 
@@ -121,10 +122,20 @@ bool LightingPreview::RenderStill(const std::string& filename, int width, int he
 
 bool LightingPreview::RenderAnimation(const std::string& filename, int width, int height, const Camera* view)
 {
-    static_cast<void>(filename);
-    static_cast<void>(width);
-    static_cast<void>(height);
-    static_cast<void>(view);
-    Report("GIF writing is not available in this build.");
-    return false;
+    auto frameBuffer = MakeFrameBuffer(width, height);
+    if (!frameBuffer)
+        return false;
+    // One full orbit in 30 frames, then the light goes back where the artist left it.
+    const Vector3D lightBefore = lightPosition;
+    GifSaver saver(kAnimationFrames, filename, width, height);
+    bool framesOk = true;
+    for (int i = 0; i < kAnimationFrames && framesOk; ++i)
+    {
+        QImage frame =
+            RenderAtAnimationTime(static_cast<float>(i) / kAnimationFrames, frameBuffer.get(), view);
+        framesOk = !frame.isNull() && saver.AddFrame(&frame);
+    }
+    lightPosition = lightBefore;
+    // Without every frame the saver is dropped unfinished, which leaves any existing file as it was.
+    return framesOk && saver.SaveGif(log);
 }

@@ -3,6 +3,9 @@
 #include "core/Image.h"
 #include "core/Parallel.h"
 
+#include <memory>
+#include <new>
+
 namespace {
 int ChannelOffset(Channel channel)
 {
@@ -50,7 +53,8 @@ std::vector<float> ReadChannel(const Image& image, Channel channel, int width, i
 
 Image* MakeGreyImage(const float* values, int width, int height)
 {
-    auto* image = new Image(width, height);
+    auto image = std::make_unique<Image>(width, height);
+    RequirePixels(*image);
     PlaneView<std::uint8_t> colour = image->ColourView();
     PlaneView<std::uint8_t> alpha = image->AlphaView();
     ParallelFor(0, height, [&](int from, int to) {
@@ -70,5 +74,21 @@ Image* MakeGreyImage(const float* values, int width, int height)
         }
     });
     image->MarkChanged();
+    return image.release();
+}
+
+void RequirePixels(const Image& image)
+{
+    if (!image.HasPlanes())
+        throw std::bad_alloc();
+}
+
+Image* RequirePixels(Image* image)
+{
+    if (image == nullptr || !image->HasPlanes())
+    {
+        delete image;
+        throw std::bad_alloc();
+    }
     return image;
 }

@@ -21,3 +21,9 @@ std::vector<std::uint8_t> ReadChannelBytes(const Image& image, Channel channel, 
 
 // A new image whose pixels are (v, v, v, 1).
 Image* MakeGreyImage(const float* values, int width, int height);
+
+// An image that could not get its planes (the memory was refused) cannot take a generator's output;
+// these throw std::bad_alloc for it, so the generation fails as a whole instead of writing nowhere.
+void RequirePixels(const Image& image);
+// The same for a newly made image it owns: deletes it and throws, or passes it on.
+Image* RequirePixels(Image* image);

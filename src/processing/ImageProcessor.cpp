@@ -3,10 +3,12 @@
 #include "core/Image.h"
 #include "core/Parallel.h"
 #include "deptheditor/DepthEditor.h"
+#include "processing/ImageProcessorTransaction.h"
 #include "sets/LogOutput.h"
 
 #include <atomic>
 #include <iostream>
+#include <utility>
 
 ImageProcessor::ImageProcessor(MessageCallback callback, std::string root, LogOutput* logOutput)
     : rootPath(std::move(root)), log(logOutput), messageCallback(std::move(callback))
@@ -28,9 +30,16 @@ void ImageProcessor::ReportError(const std::string& message, const std::string& 
         messageCallback(message, title);
 }
 
+void ImageProcessor::ReportProgress(float fractionOfStage) const
+{
+    progress->Report(static_cast<int>(progressBase + progressSpan * fractionOfStage));
+}
+
 void ImageProcessor::SetImage(Image* image, ImageType type)
 {
-    images[type].reset(image);
+    std::unique_ptr<Image> previous = std::exchange(images[type], std::unique_ptr<Image>(image));
+    if (transaction != nullptr)
+        transaction->KeepImage(type, std::move(previous), loadedTypes.test(type));
     loadedTypes.set(type);
 }
 
@@ -91,6 +100,17 @@ void ImageProcessor::LoadDefaultImage(ImageType type)
     // input, so the artist is told.
     if (!images[type]->HasPlanes())
         ReportError("Error! Couldn't find one of the default (blank) textures.", "Default map not found!");
+}
+
+std::pair<int, int> ImageProcessor::GetGenerationSize(ImageType output) const
+{
+    const ImageType source = output == ImageType::Aniso                                   ? ImageType::Flow
+                             : output == ImageType::Palette || output == ImageType::Index ? ImageType::Diffuse
+                                                                                          : output;
+    const Image* image = source != output ? GetImage(source) : nullptr;
+    if (image != nullptr)
+        return {image->GetWidth(), image->GetHeight()};
+    return {width, height};
 }
 
 bool ImageProcessor::SufficientLightingProfiles() const
@@ -164,13 +184,19 @@ void ImageProcessor::InitialiseMemory()
     if (memoryInitialised)
         ClearMemory();
     std::cout << "initialing memory." << std::endl;
+    // Built aside and installed whole, so a failed allocation leaves no half-made pyramid behind.
+    std::vector<ZeroedArray<Vector3D>> normals;
+    std::vector<ZeroedArray<float>> depths;
     for (int level = 0; level < mipCount; ++level)
     {
         const std::size_t size = static_cast<std::size_t>(MipWidth(level)) * MipHeight(level);
-        normalArrays.emplace_back(size);
-        depthArrays.emplace_back(size);
+        normals.emplace_back(size);
+        depths.emplace_back(size);
     }
-    anisotropyArray = ZeroedArray<Vector2D>(static_cast<std::size_t>(width) * height);
+    ZeroedArray<Vector2D> anisotropy(static_cast<std::size_t>(width) * height);
+    normalArrays = std::move(normals);
+    depthArrays = std::move(depths);
+    anisotropyArray = std::move(anisotropy);
     memoryInitialised = true;
     allocatedMipCount = mipCount;
 }
@@ -180,6 +206,9 @@ void ImageProcessor::ClearMemory()
     if (!memoryInitialised)
         return;
     std::cout << "Clearing memory" << std::endl;
+    if (transaction != nullptr)
+        transaction->KeepWorkingArrays(std::move(normalArrays), std::move(depthArrays),
+                                       std::move(anisotropyArray));
     anisotropyArray = ZeroedArray<Vector2D>();
     normalArrays.clear();
     depthArrays.clear();
@@ -210,8 +239,17 @@ bool ImageProcessor::DiffuseMatchesWorkingSize() const
 
 void ImageProcessor::ClearDepthMap()
 {
-    for (ZeroedArray<float>& level : depthArrays)
-        std::fill(level.begin(), level.end(), 0.0f);
+    if (transaction != nullptr && progress->CanCancel())
+    {
+        // The old depth may be wanted back if the artist cancels: it moves aside for fresh zeroed levels.
+        std::vector<ZeroedArray<float>> fresh;
+        for (const ZeroedArray<float>& level : depthArrays)
+            fresh.emplace_back(level.size());
+        transaction->KeepDepthArrays(std::exchange(depthArrays, std::move(fresh)));
+    }
+    else
+        for (ZeroedArray<float>& level : depthArrays)
+            std::fill(level.begin(), level.end(), 0.0f);
     ClearDepthEditor();
 }
 
@@ -220,6 +258,8 @@ void ImageProcessor::ClearDepthEditor()
     if (!depthEditor)
         return;
     ComputeBestDimensions();
+    if (transaction != nullptr)
+        transaction->KeepDepthEditor(std::move(depthEditor));
     depthEditor.reset();
 }
 

@@ -2,6 +2,7 @@
 #include "core/Vector2D.h"
 #include "core/Vector3D.h"
 #include "core/ZeroedArray.h"
+#include "processing/GenerationProgress.h"
 #include "sets/ImageType.h"
 
 #include <array>
@@ -45,6 +46,9 @@ public:
     void LoadImageSetByName(const std::array<std::string, kImageTypeCount>& filenames, bool flipY);
     void LoadDefaultImage(ImageType type);
     bool SufficientLightingProfiles() const;
+    // The size of the image a generation of `output` works at: the flow map's for anisotropy, the
+    // diffuse map's for the palette and index maps, the working resolution for the rest.
+    std::pair<int, int> GetGenerationSize(ImageType output) const;
     bool DoLightingProfilesMatch() const;
 
     // --- Working resolution and memory
@@ -76,15 +80,18 @@ public:
     bool HasDepthBeenEdited() const { return depthEditorActive != 0; }
 
     // --- Normals
+    // Every generator reports its progress to, and can be cancelled through, the token it is given. A
+    // generator that is cancelled or throws (std::bad_alloc) leaves the set exactly as it was.
     void GenerateNormals(float bend, float rotationDirection, float rotationAmount, bool autofixFlatNormals,
-                         bool flipY);
+                         bool flipY, const GenerationProgress& token = GenerationProgress::Uncancellable());
     void PopulateNormalMapFromArray(bool flipY);
     void PopulateNormalArrayFromMap(bool flipY);
     void CalculateNormalMips();
 
     // --- Depth
     void GenerateDepthMapFromNormals(int refinementSteps, bool respectSelectedEdges,
-                                     float lowFrequencyEmphasis);
+                                     float lowFrequencyEmphasis,
+                                     const GenerationProgress& token = GenerationProgress::Uncancellable());
     void RefineDepthFromNormal(int steps, int level, EdgeArray* edges, bool respectSelectedEdges);
     void InflateDepthMip(int level, float factor);
     Vector2D GetRise(int x, int y, int level);
@@ -96,18 +103,26 @@ public:
     float GetDepthRange() const { return depthRange; }
 
     // --- Ambient occlusion
-    void GenerateAOFromDepth(float coneGradient, int boxSize, int stepSize, float ambientLightFlatness);
+    void GenerateAOFromDepth(float coneGradient, int boxSize, int stepSize, float ambientLightFlatness,
+                             const GenerationProgress& token = GenerationProgress::Uncancellable());
 
     // --- Palette and index maps
-    bool CreatePaletteFromDiffuseMap(int paletteHeight, bool sampleLighting);
-    void GeneratePaletteIndex();
+    bool CreatePaletteFromDiffuseMap(int paletteHeight, bool sampleLighting,
+                                     const GenerationProgress& token = GenerationProgress::Uncancellable());
+    void GeneratePaletteIndex(const GenerationProgress& token = GenerationProgress::Uncancellable());
 
     // --- Anisotropy
-    void GenerateAnisotropyMap(int expansionCount, int outputFormat);
+    void GenerateAnisotropyMap(int expansionCount, int outputFormat,
+                               const GenerationProgress& token = GenerationProgress::Uncancellable());
     void PopulateAnisotropyArray();
     void ExpandAnisotropyArray(Vector2D* values, int arrayWidth, int arrayHeight);
 
 private:
+    class Transaction;
+
+    // Passes the running generation's progress on: percent of the current stage, mapped into the part
+    // [progressBase, progressBase + progressSpan) of the whole generation.
+    void ReportProgress(float fractionOfStage) const;
     void InstallLoadedImage(ImageType type, std::unique_ptr<Image> image, bool flipY);
     void Log(const std::string& text) const;
     void ReportError(const std::string& message, const std::string& title) const;
@@ -132,4 +147,10 @@ private:
     float depthRange = 1.0f;
     MessageCallback messageCallback;
     int depthEditorActive = 0;
+
+    // The generation under way, if any: where discarded state goes, and whom to tell about progress.
+    Transaction* transaction = nullptr;
+    const GenerationProgress* progress = &GenerationProgress::Uncancellable();
+    float progressBase = 0.0f;
+    float progressSpan = 100.0f;
 };

@@ -7,7 +7,7 @@
 #include <string>
 
 void ImageProcessor::GenerateAOFromDepth(float coneGradient, int boxSize, int stepSize,
-                                         float ambientLightFlatness)
+                                         float ambientLightFlatness, const GenerationProgress& token)
 {
     const Image* depthMap = GetImage(ImageType::Depth);
     if (!IsLoaded(ImageType::Depth) || depthMap == nullptr || !depthMap->HasPlanes() || width <= 0 ||
@@ -18,6 +18,7 @@ void ImageProcessor::GenerateAOFromDepth(float coneGradient, int boxSize, int st
         return;
     }
     Log("Generating AO map...");
+    token.Report(0);
 
     const std::size_t pixels = static_cast<std::size_t>(width) * height;
     std::vector<std::uint8_t> mask;
@@ -30,9 +31,14 @@ void ImageProcessor::GenerateAOFromDepth(float coneGradient, int boxSize, int st
 
     std::vector<float> counts(pixels);
     CountOpenProbes(heights.data(), width, height, {coneGradient, boxSize, stepSize, ambientLightFlatness},
-                    counts.data(), [&](int x) { Log(std::to_string(x * 100 / width) + "% finished."); });
+                    counts.data(), [&](int x) {
+                        Log(std::to_string(x * 100 / width) + "% finished.");
+                        token.Report(x * 100 / width);
+                    });
     const AOExtent extent = FindAOExtent(counts.data(), pixels);
     const std::vector<float> values = NormaliseAO(counts.data(), pixels, extent);
-    SetImage(MakeGreyImage(values.data(), width, height), ImageType::AO);
+    // The new map is made whole before it replaces the old one, so nothing is left to roll back.
+    token.ThrowIfCancelled();
+    SetImage(RequirePixels(MakeGreyImage(values.data(), width, height)), ImageType::AO);
     Log("Ambient occlusion map complete.");
 }

@@ -2,12 +2,16 @@
 
 #include "core/Image.h"
 #include "processing/AnisotropyKernels.h"
+#include "processing/ImageBuffers.h"
+#include "processing/ImageProcessorTransaction.h"
 
 #include <memory>
 #include <string>
 
-void ImageProcessor::GenerateAnisotropyMap(int expansionCount, int outputFormat)
+void ImageProcessor::GenerateAnisotropyMap(int expansionCount, int outputFormat,
+                                           const GenerationProgress& token)
 {
+    Transaction work(*this, token);
     const Image* flow = GetImage(ImageType::Flow);
     if (!IsLoaded(ImageType::Flow) || flow == nullptr || !flow->HasPlanes())
     {
@@ -18,9 +22,9 @@ void ImageProcessor::GenerateAnisotropyMap(int expansionCount, int outputFormat)
     // The flow map sets the size here, whatever the working resolution of the other maps.
     const int flowWidth = flow->GetWidth();
     const int flowHeight = flow->GetHeight();
+    token.Report(0);
     auto map = std::make_unique<Image>(flowWidth, flowHeight);
-    if (!map->HasPlanes())
-        return;
+    RequirePixels(*map);
 
     PopulateAnisotropyArray();
     Log("Anisotropy reduction complete. Expanding values...");
@@ -31,11 +35,14 @@ void ImageProcessor::GenerateAnisotropyMap(int expansionCount, int outputFormat)
         ExpandOrientationsInto(anisotropyArray.data(), scratch.data(), flowWidth, flowHeight);
         anisotropyArray.swap(scratch);
         Log("Expansion " + std::to_string(i) + " of " + std::to_string(expansionCount) + " completed.");
+        token.Report(10 + 80 * i / expansionCount);
     }
 
     EncodeAnisotropy(anisotropyArray.data(), flowWidth, flowHeight, outputFormat, *map);
     SetImage(map.release(), ImageType::Aniso);
     Log("Anisotropy map completed.");
+    token.Report(100);
+    work.Commit();
 }
 
 void ImageProcessor::PopulateAnisotropyArray()
@@ -43,7 +50,10 @@ void ImageProcessor::PopulateAnisotropyArray()
     const Image* flow = GetImage(ImageType::Flow);
     if (flow == nullptr || !flow->HasPlanes())
         return;
-    anisotropyArray = ZeroedArray<Vector2D>(static_cast<std::size_t>(flow->GetWidth()) * flow->GetHeight());
+    ZeroedArray<Vector2D> fresh(static_cast<std::size_t>(flow->GetWidth()) * flow->GetHeight());
+    if (transaction != nullptr)
+        transaction->KeepAnisotropyArray(std::move(anisotropyArray));
+    anisotropyArray = std::move(fresh);
     ComputeFlowOrientations(*flow, anisotropyArray.data());
     Log("Initial flow analysis complete.");
 }

@@ -5,14 +5,16 @@
 #include "deptheditor/EdgeArray.h"
 #include "processing/DepthKernels.h"
 #include "processing/ImageBuffers.h"
+#include "processing/ImageProcessorTransaction.h"
 
 #include <algorithm>
 #include <memory>
 #include <string>
 
 void ImageProcessor::GenerateDepthMapFromNormals(int refinementSteps, bool respectSelectedEdges,
-                                                 float lowFrequencyEmphasis)
+                                                 float lowFrequencyEmphasis, const GenerationProgress& token)
 {
+    Transaction work(*this, token);
     // Normal arrays left over from another working resolution cannot be integrated at this one.
     const std::size_t pixels = static_cast<std::size_t>(width) * height;
     if (GetNormalArray(0) == nullptr || normalArrays[0].size() != pixels || pixels == 0)
@@ -22,6 +24,7 @@ void ImageProcessor::GenerateDepthMapFromNormals(int refinementSteps, bool respe
         return;
     }
     Log("Generating depth map from normals...");
+    token.Report(0);
 
     // The edges are looked up only after clearing, which destroys the depth editor, so a full
     // generation never honours edges whatever respectSelectedEdges says: edges guide later
@@ -29,12 +32,24 @@ void ImageProcessor::GenerateDepthMapFromNormals(int refinementSteps, bool respe
     ClearDepthMap();
     EdgeArray* edges = depthEditor ? &depthEditor->GetEdges() : nullptr;
 
+    // Progress is shared between the levels by their pixel counts: the full-size level is most of the work.
+    // The last 5% is left for writing the maps.
+    float totalPixels = 0.0f;
+    for (int level = 0; level < mipCount; ++level)
+        totalPixels += static_cast<float>(MipWidth(level)) * static_cast<float>(MipHeight(level));
+    const auto refine = [&](int level) {
+        progressSpan = 95.0f * static_cast<float>(MipWidth(level)) * static_cast<float>(MipHeight(level)) /
+                       (totalPixels > 0.0f ? totalPixels : 1.0f);
+        RefineDepthFromNormal(refinementSteps, level, edges, respectSelectedEdges);
+        progressBase += progressSpan;
+    };
+    progressBase = 0.0f;
     for (int level = mipCount - 1; level >= 1; --level)
     {
-        RefineDepthFromNormal(refinementSteps, level, edges, respectSelectedEdges);
+        refine(level);
         InflateDepthMip(level, lowFrequencyEmphasis);
     }
-    RefineDepthFromNormal(refinementSteps, 0, edges, respectSelectedEdges);
+    refine(0);
 
     PopulateDepthMapFromArray();
     Log("Depth map completed.");
@@ -42,6 +57,7 @@ void ImageProcessor::GenerateDepthMapFromNormals(int refinementSteps, bool respe
     // Normals with depth in alpha, for engines that want both in one texture. Every 8-bit value
     // survives the trip through a float channel unchanged, so the bytes are copied directly.
     auto normalDepth = std::make_unique<Image>(width, height);
+    RequirePixels(*normalDepth);
     const auto read = [this](ImageType type, Channel channel) {
         const Image* image = GetImage(type);
         return image ? ReadChannelBytes(*image, channel, width, height)
@@ -68,6 +84,8 @@ void ImageProcessor::GenerateDepthMapFromNormals(int refinementSteps, bool respe
     normalDepth->MarkChanged();
     SetImage(normalDepth.release(), ImageType::NormalDepth);
     InitialiseDepthEditor();
+    token.Report(100);
+    work.Commit();
 }
 
 void ImageProcessor::RefineDepthFromNormal(int steps, int level, EdgeArray* edges, bool respectSelectedEdges)
@@ -109,9 +127,11 @@ void ImageProcessor::RefineDepthFromNormal(int steps, int level, EdgeArray* edge
         RelaxDepth(grid, depth, scratch.get(), upTo - done);
         done = upTo;
         Log("Finished refine step " + std::to_string(step) + " of " + std::to_string(steps) + ".");
+        ReportProgress(static_cast<float>(upTo) / static_cast<float>(steps > 0 ? steps : 1));
     }
     RelaxDepth(grid, depth, scratch.get(), kept - done);
     Log("Depth refinement completed.");
+    ReportProgress(1.0f);
 }
 
 void ImageProcessor::InflateDepthMip(int level, float factor)
@@ -156,7 +176,7 @@ void ImageProcessor::PopulateDepthMapFromArray()
     depthMax = extent.maximum;
     depthRange = depthMax - depthMin;
     const std::vector<float> grey = NormaliseDepth(depth, maskData, width, height, depthMin, depthRange);
-    SetImage(MakeGreyImage(grey.data(), width, height), ImageType::Depth);
+    SetImage(RequirePixels(MakeGreyImage(grey.data(), width, height)), ImageType::Depth);
 }
 
 void ImageProcessor::PopulateDepthArrayFromMap()

@@ -3,18 +3,26 @@
 #include "core/Image.h"
 #include "core/Parallel.h"
 #include "processing/ImageBuffers.h"
+#include "processing/ImageProcessorTransaction.h"
 #include "processing/NormalKernels.h"
 
 #include <sstream>
 
 void ImageProcessor::GenerateNormals(float bend, float rotationDirection, float rotationAmount,
-                                     bool autofixFlatNormals, bool flipY)
+                                     bool autofixFlatNormals, bool flipY, const GenerationProgress& token)
 {
+    Transaction work(*this, token);
     Log("Generating normals from lighting profiles...");
+    token.Report(0);
     InitialiseArrays();
     Vector3D* normals = GetNormalArray(0);
     if (normals == nullptr)
+    {
+        ReportError("Couldn't generate normals: the lighting profiles have no pixels to work on (" +
+                        std::to_string(width) + " x " + std::to_string(height) + ").",
+                    "No working resolution");
         return;
+    }
 
     std::vector<float> profiles[5];
     const auto profile = [&](ImageType type) -> const float* {
@@ -38,7 +46,9 @@ void ImageProcessor::GenerateNormals(float bend, float rotationDirection, float 
         in.mask = mask.data();
     }
 
+    token.Report(10);
     const float largest = ComputeProfileSlopes(in, normals);
+    token.Report(40);
     const float flatFactor = 0.9f / largest;
     std::ostringstream line;
     line << "Maximum flat magnitude is " << largest;
@@ -48,9 +58,13 @@ void ImageProcessor::GenerateNormals(float bend, float rotationDirection, float 
     Log(line.str());
 
     FinishNormals(in, {bend, rotationDirection, rotationAmount, autofixFlatNormals}, flatFactor, normals);
+    token.Report(70);
     CalculateNormalMips();
+    token.Report(80);
     PopulateNormalMapFromArray(flipY);
     Log("Normal map calculations completed.");
+    token.Report(100);
+    work.Commit();
 }
 
 void ImageProcessor::PopulateNormalMapFromArray(bool flipY)
@@ -61,6 +75,8 @@ void ImageProcessor::PopulateNormalMapFromArray(bool flipY)
     Log("Creating normal map from normal array...");
     auto normalMap = std::make_unique<Image>(width, height);
     auto normalOpacity = std::make_unique<Image>(width, height);
+    RequirePixels(*normalMap);
+    RequirePixels(*normalOpacity);
     std::vector<std::uint8_t> opacity;
     if (IsLoaded(ImageType::Diffuse))
         opacity = ReadChannelBytes(*GetImage(ImageType::Diffuse), Channel::Alpha, width, height);

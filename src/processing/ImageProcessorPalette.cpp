@@ -14,8 +14,10 @@ bool HasPixels(const Image* image)
 }
 } // namespace
 
-bool ImageProcessor::CreatePaletteFromDiffuseMap(int paletteHeight, bool sampleLighting)
+bool ImageProcessor::CreatePaletteFromDiffuseMap(int paletteHeight, bool sampleLighting,
+                                                 const GenerationProgress& token)
 {
+    token.Report(0);
     const Image* diffuse = GetImage(ImageType::Diffuse);
     if (!IsLoaded(ImageType::Diffuse) || !HasPixels(diffuse))
     {
@@ -53,11 +55,13 @@ bool ImageProcessor::CreatePaletteFromDiffuseMap(int paletteHeight, bool sampleL
     // row into the black bottom one.
     palette->SetVerticalWrap(false);
     SetImage(palette, ImageType::Palette);
+    token.Report(100);
     return true;
 }
 
-void ImageProcessor::GeneratePaletteIndex()
+void ImageProcessor::GeneratePaletteIndex(const GenerationProgress& token)
 {
+    token.Report(0);
     const Image* diffuse = GetImage(ImageType::Diffuse);
     const Image* palette = GetImage(ImageType::Palette);
     if (!IsLoaded(ImageType::Diffuse) || !IsLoaded(ImageType::Palette) || !HasPixels(diffuse) ||
@@ -67,7 +71,11 @@ void ImageProcessor::GeneratePaletteIndex()
                     "Missing palette or diffuse map");
         return;
     }
+    // The index map is the diffuse map's size; it comes back null only when that much memory is refused.
     Image* index = MakeIndexImage(*diffuse, BuildPaletteLookup(*palette));
-    if (index != nullptr)
-        SetImage(index, ImageType::Index);
+    if (index == nullptr)
+        throw std::bad_alloc();
+    token.ThrowIfCancelled();
+    SetImage(index, ImageType::Index);
+    token.Report(100);
 }

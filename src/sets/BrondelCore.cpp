@@ -1,6 +1,7 @@
 #include "sets/BrondelCore.h"
 
 #include "preview/LightingPreview.h"
+#include "processing/GenerationProgress.h"
 #include "processing/ImageProcessor.h"
 #include "sets/StringHelpers.h"
 
@@ -25,7 +26,8 @@ long long SaturatedProduct(long long a, long long b)
 }
 } // namespace
 
-BrondelCore::BrondelCore(std::string root) : rootPath(std::move(root))
+BrondelCore::BrondelCore(std::string root)
+    : rootPath(std::move(root)), generationProgress(&GenerationProgress::Uncancellable())
 {
     // A processor exists before any set is loaded, so the current index always addresses one.
     processors.push_back(MakeProcessor());
@@ -151,7 +153,7 @@ void BrondelCore::LoadCurrentSet()
     std::array<std::string, kImageTypeCount> filenames;
     for (int type = 0; type < kImageTypeCount; ++type)
         filenames[type] = set->GetFilenameOfType(static_cast<ImageType>(type), suffixes);
-    processor->LoadImageSetByName(filenames, flipY);
+    processor->LoadImageSetByName(filenames, parameters.normals.flipY);
 }
 
 void BrondelCore::LoadImageSet(std::string filename)
@@ -220,7 +222,7 @@ void BrondelCore::LoadImageOfType(std::string filename, ImageType type)
     ImageProcessor* processor = GetCurrentProcessor();
     if (!processor)
         return;
-    processor->LoadImageByName(type, filename, flipY);
+    processor->LoadImageByName(type, filename, parameters.normals.flipY);
     NotifyImageChanged(type);
 }
 
@@ -277,10 +279,24 @@ void BrondelCore::TrimImageProcessors(int count)
 
 void BrondelCore::ForEverySet(void (BrondelCore::*operation)())
 {
+    // A cancel stops the whole run; a set that failed has said why, and the others still get their turn.
     ForEverySet([this, operation] {
         (this->*operation)();
-        return true;
+        return lastOutcome != GenerationOutcome::Cancelled;
     });
+}
+
+bool BrondelCore::Guarded(ImageType output, const ImageProcessor& processor,
+                          const std::function<void()>& generate)
+{
+    const auto [width, height] = processor.GetGenerationSize(output);
+    lastOutcome = GuardGeneration(DescribeMap(output), width, height, messageCallback, generate);
+    return lastOutcome == GenerationOutcome::Finished;
+}
+
+void BrondelCore::SetGenerationProgress(const GenerationProgress* progress)
+{
+    generationProgress = progress ? progress : &GenerationProgress::Uncancellable();
 }
 
 void BrondelCore::ForEverySet(const std::function<bool()>& operation)
@@ -321,8 +337,11 @@ void BrondelCore::AttemptNormalGeneration()
                 "Resolution mismatch");
         return;
     }
-    processor->GenerateNormals(normalBend, normalRotationDirection, normalRotationAmount, autofixFlatNormals,
-                               flipY);
+    const NormalParameters& normals = parameters.normals;
+    Guarded(ImageType::Normal, *processor, [&] {
+        processor->GenerateNormals(normals.bend, normals.rotationDirection, normals.rotationAmount,
+                                   normals.autofixFlatNormals, normals.flipY, *generationProgress);
+    });
     NotifyImageChanged(ImageType::Normal);
 }
 
@@ -332,7 +351,11 @@ void BrondelCore::AttemptDepthGeneration()
     ImageProcessor* processor = GetCurrentProcessor();
     if (!processor)
         return;
-    processor->GenerateDepthMapFromNormals(depthRefinementSteps, respectSelectedEdges, lowFrequencyEmphasis);
+    const DepthParameters& depth = parameters.depth;
+    Guarded(ImageType::Depth, *processor, [&] {
+        processor->GenerateDepthMapFromNormals(depth.refinementSteps, depth.respectSelectedEdges,
+                                               depth.lowFrequencyEmphasis, *generationProgress);
+    });
     NotifyImageChanged(ImageType::Depth);
 }
 
@@ -342,7 +365,11 @@ void BrondelCore::AttemptAOGeneration()
     ImageProcessor* processor = GetCurrentProcessor();
     if (!processor)
         return;
-    processor->GenerateAOFromDepth(aoConeGradient, aoBoxSize, aoStepSize, aoLightFlatness);
+    const AOParameters& ao = parameters.ao;
+    Guarded(ImageType::AO, *processor, [&] {
+        processor->GenerateAOFromDepth(ao.coneGradient, ao.boxSize, ao.stepSize, ao.lightFlatness,
+                                       *generationProgress);
+    });
     NotifyImageChanged(ImageType::AO);
 }
 
@@ -352,7 +379,11 @@ bool BrondelCore::AttemptPaletteGeneration()
     ImageProcessor* processor = GetCurrentProcessor();
     if (!processor)
         return false;
-    const bool created = processor->CreatePaletteFromDiffuseMap(paletteHeight, paletteSampleLighting);
+    bool created = false;
+    Guarded(ImageType::Palette, *processor, [&] {
+        created = processor->CreatePaletteFromDiffuseMap(
+            parameters.palette.height, parameters.palette.sampleLighting, *generationProgress);
+    });
     NotifyImageChanged(ImageType::Palette);
     return created;
 }
@@ -363,7 +394,7 @@ void BrondelCore::AttemptIndexGeneration()
     ImageProcessor* processor = GetCurrentProcessor();
     if (!processor)
         return;
-    processor->GeneratePaletteIndex();
+    Guarded(ImageType::Index, *processor, [&] { processor->GeneratePaletteIndex(*generationProgress); });
     NotifyImageChanged(ImageType::Index);
 }
 
@@ -373,7 +404,10 @@ void BrondelCore::AttemptAnisotropyGeneration()
     ImageProcessor* processor = GetCurrentProcessor();
     if (!processor)
         return;
-    processor->GenerateAnisotropyMap(anisotropyExpandCount, anisotropyOutputType);
+    Guarded(ImageType::Aniso, *processor, [&] {
+        processor->GenerateAnisotropyMap(parameters.anisotropy.expandCount, parameters.anisotropy.outputType,
+                                         *generationProgress);
+    });
     NotifyImageChanged(ImageType::Aniso);
 }
 
@@ -437,12 +471,12 @@ int BrondelCore::CheckNormalsTime(bool all) const
 
 int BrondelCore::CheckDepthTime(bool all) const
 {
-    return EstimateTime(all, depthRefinementSteps);
+    return EstimateTime(all, parameters.depth.refinementSteps);
 }
 
 int BrondelCore::CheckAOTime(bool all) const
 {
     // The ratio is an integer quotient on purpose: box 5 with step 2 counts as 2 x 2, not 2.5 x 2.5.
-    const long long ratio = aoBoxSize / (aoStepSize > 0 ? aoStepSize : 1);
+    const long long ratio = parameters.ao.boxSize / (parameters.ao.stepSize > 0 ? parameters.ao.stepSize : 1);
     return EstimateTime(all, ratio * ratio);
 }

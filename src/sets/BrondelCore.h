@@ -1,5 +1,7 @@
 #pragma once
 #include "core/Colour.h"
+#include "processing/GenerationGuard.h"
+#include "sets/GenerationParameters.h"
 #include "sets/ImageSet.h"
 #include "sets/ImageType.h"
 #include "sets/LogOutput.h"
@@ -10,6 +12,7 @@
 #include <string>
 #include <vector>
 
+class GenerationProgress;
 class Image;
 class ImageProcessor;
 class LightingPreview;
@@ -110,6 +113,12 @@ public:
     void AttemptAnisotropyGeneration();
     void AttemptAnisotropyGenerationAll();
 
+    // The token the generations above report to and can be cancelled through; null restores the default,
+    // which never cancels. A front end that runs generations on a worker thread sets its own for the run.
+    void SetGenerationProgress(const GenerationProgress* progress);
+    // How the last generation ended: a cancelled one stops the All variants.
+    GenerationOutcome GetLastGenerationOutcome() const { return lastOutcome; }
+
     // Time estimates, saturated at the largest int rather than overflowing.
     int CheckNormalsTime(bool all) const;
     int CheckDepthTime(bool all) const;
@@ -135,6 +144,11 @@ public:
     std::string GetPaletteCLIParams() const;
 
     // --- Generation parameters
+    const GenerationParameters& GetGenerationParameters() const { return parameters; }
+    // By the parameter table; the value is stored as given (ranges are the caller's business, as for the
+    // named setters below).
+    void SetGenerationParameter(GenerationParameter id, double value);
+    double GetGenerationParameter(GenerationParameter id) const;
     void SetNormalsFlippedYStatus(bool flipped);
     bool GetNormalsFlippedYStatus() const;
     void SetNormalBend(float bend);
@@ -212,6 +226,8 @@ private:
     // Runs a single-set operation on every set with the index pointing at it, then restores the index.
     void ForEverySet(const std::function<bool()>& operation);
     void ForEverySet(void (BrondelCore::*operation)());
+    // Runs one generation inside the failure boundary, reporting through the message callback.
+    bool Guarded(ImageType output, const ImageProcessor& processor, const std::function<void()>& generate);
     // Sum over the processors concerned of pixels times the factor, saturated to int.
     int EstimateTime(bool all, long long factor) const;
     SaveOutcome SaveComposites(ImageType type, const std::string& filename, const std::string& normalName,
@@ -229,26 +245,9 @@ private:
     int currentIndex = 0;
     SuffixSet suffixes;
 
-    float normalBend = 1.0f;
-    float normalRotationDirection = 0.0f;
-    float normalRotationAmount = 0.0f;
-    bool autofixFlatNormals = true;
-    bool flipY = false;
-
-    int depthRefinementSteps = 100;
-    bool respectSelectedEdges = false;
-    float lowFrequencyEmphasis = 0.2f;
-
-    float aoLightFlatness = 0.0f;
-    float aoConeGradient = 0.01f;
-    int aoBoxSize = 5;
-    int aoStepSize = 1;
-
-    int paletteHeight = 32;
-    bool paletteSampleLighting = false;
-
-    int anisotropyExpandCount = 3;
-    int anisotropyOutputType = 0; // 0 vector, 1 angle-doubled vector, 2 angle
+    GenerationParameters parameters = InteractiveDefaults();
+    const GenerationProgress* generationProgress;
+    GenerationOutcome lastOutcome = GenerationOutcome::Finished;
 
     std::unique_ptr<LightingPreview> preview;
 };

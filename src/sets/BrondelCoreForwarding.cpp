@@ -4,131 +4,141 @@
 // all it takes for the current processor to receive it.
 void BrondelCore::SetNormalsFlippedYStatus(bool flipped)
 {
-    flipY = flipped;
+    parameters.normals.flipY = flipped;
 }
 bool BrondelCore::GetNormalsFlippedYStatus() const
 {
-    return flipY;
+    return parameters.normals.flipY;
 }
 
 // Generation parameters: stored as given; nothing is regenerated until an Attempt operation runs.
 void BrondelCore::SetNormalBend(float bend)
 {
-    normalBend = bend;
+    parameters.normals.bend = bend;
 }
 float BrondelCore::GetNormalBend() const
 {
-    return normalBend;
+    return parameters.normals.bend;
 }
 void BrondelCore::SetNormalRotationDirection(float degrees)
 {
-    normalRotationDirection = degrees;
+    parameters.normals.rotationDirection = degrees;
 }
 float BrondelCore::GetNormalRotationDirection() const
 {
-    return normalRotationDirection;
+    return parameters.normals.rotationDirection;
 }
 void BrondelCore::SetNormalRotationAmount(float degrees)
 {
-    normalRotationAmount = degrees;
+    parameters.normals.rotationAmount = degrees;
 }
 float BrondelCore::GetNormalRotationAmount() const
 {
-    return normalRotationAmount;
+    return parameters.normals.rotationAmount;
 }
 void BrondelCore::SetAutofixFlatNormals(bool fix)
 {
-    autofixFlatNormals = fix;
+    parameters.normals.autofixFlatNormals = fix;
 }
 bool BrondelCore::GetAutofixFlatNormals() const
 {
-    return autofixFlatNormals;
+    return parameters.normals.autofixFlatNormals;
 }
 void BrondelCore::SetDepthRefinementSteps(int steps)
 {
-    depthRefinementSteps = steps;
+    parameters.depth.refinementSteps = steps;
 }
 int BrondelCore::GetDepthRefinementSteps() const
 {
-    return depthRefinementSteps;
+    return parameters.depth.refinementSteps;
 }
 void BrondelCore::SetRespectSelectedEdges(bool respect)
 {
-    respectSelectedEdges = respect;
+    parameters.depth.respectSelectedEdges = respect;
 }
 bool BrondelCore::GetRespectSelectedEdges() const
 {
-    return respectSelectedEdges;
+    return parameters.depth.respectSelectedEdges;
 }
 void BrondelCore::SetLowFrequencyEmphasis(float emphasis)
 {
-    lowFrequencyEmphasis = emphasis;
+    parameters.depth.lowFrequencyEmphasis = emphasis;
 }
 float BrondelCore::GetLowFrequencyEmphasis() const
 {
-    return lowFrequencyEmphasis;
+    return parameters.depth.lowFrequencyEmphasis;
 }
 void BrondelCore::SetAOLightFlatness(float flatness)
 {
-    aoLightFlatness = flatness;
+    parameters.ao.lightFlatness = flatness;
 }
 float BrondelCore::GetAOLightFlatness() const
 {
-    return aoLightFlatness;
+    return parameters.ao.lightFlatness;
 }
 void BrondelCore::SetAOConeGradient(float gradient)
 {
-    aoConeGradient = gradient;
+    parameters.ao.coneGradient = gradient;
 }
 float BrondelCore::GetAOConeGradient() const
 {
-    return aoConeGradient;
+    return parameters.ao.coneGradient;
 }
 void BrondelCore::SetAOBoxSize(int size)
 {
-    aoBoxSize = size;
+    parameters.ao.boxSize = size;
 }
 int BrondelCore::GetAOBoxSize() const
 {
-    return aoBoxSize;
+    return parameters.ao.boxSize;
 }
 void BrondelCore::SetAOStepSize(int size)
 {
-    aoStepSize = size;
+    parameters.ao.stepSize = size;
 }
 int BrondelCore::GetAOStepSize() const
 {
-    return aoStepSize;
+    return parameters.ao.stepSize;
 }
 void BrondelCore::SetPaletteHeight(int height)
 {
-    paletteHeight = height;
+    parameters.palette.height = height;
 }
 int BrondelCore::GetPaletteHeight() const
 {
-    return paletteHeight;
+    return parameters.palette.height;
 }
 void BrondelCore::SetPaletteSampleLighting(bool sample)
 {
-    paletteSampleLighting = sample;
+    parameters.palette.sampleLighting = sample;
 }
 bool BrondelCore::GetPaletteSampleLighting() const
 {
-    return paletteSampleLighting;
+    return parameters.palette.sampleLighting;
 }
 void BrondelCore::SetAnisotropyExpandCount(int count)
 {
-    anisotropyExpandCount = count;
+    parameters.anisotropy.expandCount = count;
 }
 int BrondelCore::GetAnisotropyExpandCount() const
 {
-    return anisotropyExpandCount;
+    return parameters.anisotropy.expandCount;
 }
 void BrondelCore::SetAnisotropyOutputType(int type)
 {
-    anisotropyOutputType = type;
+    parameters.anisotropy.outputType = type;
 }
 int BrondelCore::GetAnisotropyOutputType() const
 {
-    return anisotropyOutputType;
+    return parameters.anisotropy.outputType;
+}
+
+void BrondelCore::SetGenerationParameter(GenerationParameter id, double value)
+{
+    DescribeParameter(id).set(parameters, value);
+}
+
+double BrondelCore::GetGenerationParameter(GenerationParameter id) const
+{
+    return DescribeParameter(id).get(parameters);
 }

@@ -1,4 +1,6 @@
 #pragma once
+#include "core/TextTokens.h"
+
 #include <string>
 #include <vector>
 
@@ -9,8 +11,3 @@ std::string GetFileExtension(std::string path); // dot included; empty without a
 std::string GetDirectoryWithoutFilename(std::string path);
 std::string MakeLower(std::string s);
 bool EndsWith(std::string s, std::string end, bool caseSensitive);
-
-// Pieces between separators. Empty pieces count, except a trailing one: "a,,b" gives three pieces,
-// ",a" two, "a," one, and "" none.
-std::vector<std::string> TokeniseByChar(const std::string& s, char separator);
-std::vector<std::wstring> TokeniseByChar(const std::wstring& s, wchar_t separator);

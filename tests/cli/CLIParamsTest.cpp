@@ -1,6 +1,9 @@
+#include "cli/Testbed.h"
 #include "sets/BrondelCore.h"
 
 #include <gtest/gtest.h>
+
+#include <sstream>
 
 TEST(CLIParams, DefaultsAreLeftOutAndChangedValuesUseTheShortestNumberText)
 {
@@ -45,4 +48,39 @@ TEST(CLIParams, DefaultsAreLeftOutAndChangedValuesUseTheShortestNumberText)
     core.SetPaletteHeight(128);
     core.SetPaletteSampleLighting(true);
     EXPECT_EQ(core.GetPaletteCLIParams(), " -pHeight 128 -pSampleLighting");
+}
+
+// Every setting a script can change is the one the window's copied command line writes back: a word
+// wired to the wrong field would show here as a builder that does not move.
+TEST(CLIParams, EveryScriptSettingReachesTheFieldItsOptionIsBuiltFrom)
+{
+    for (const ParameterDescription& description : GenerationParameterTable())
+    {
+        // Respecting painted edges has no batch counterpart to write back.
+        if (description.testbedWord == nullptr ||
+            description.id == GenerationParameter::DepthRespectSelectedEdges)
+            continue;
+        BrondelCore core(BRONDEL_RESOURCE_DIR);
+        const auto everything = [&] {
+            return core.GetNormalCLIParams() + core.GetDepthCLIParams() + core.GetAOCLIParams() +
+                   core.GetAnisotropyCLIParams() + core.GetPaletteCLIParams();
+        };
+        // Rotation amount 0 writes nothing, so the direction shows only alongside an amount.
+        if (description.id == GenerationParameter::NormalRotationDirection)
+            core.SetNormalRotationAmount(10.0f);
+        const std::string before = everything();
+        std::ostringstream script;
+        const double changed = description.kind == ParameterKind::Flag ? 1.0 - description.interactiveDefault
+                                                                       : description.maximum;
+        script << description.testbedWord << " " << changed << "\n";
+        std::ostringstream out;
+        std::ostringstream err;
+        std::istringstream input(script.str());
+        Testbed(core, out, err).RunScript(input);
+        EXPECT_EQ(err.str(), "") << description.testbedWord;
+        EXPECT_EQ(static_cast<float>(core.GetGenerationParameter(description.id)),
+                  static_cast<float>(changed))
+            << description.testbedWord;
+        EXPECT_NE(everything(), before) << description.testbedWord;
+    }
 }

@@ -1,10 +1,10 @@
 #include "GLTestSupport.h"
 
 #include "core/Image.h"
-#include "preview/BDPreviewWindow.h"
 #include "processing/ImageProcessor.h"
 #include "sets/BrondelCore.h"
 #include "support/TestImages.h"
+#include "ui/BDPreviewWindow.h"
 
 #include <QImageReader>
 #include <QTest>
@@ -127,4 +127,42 @@ TEST_F(PreviewWindow, StillRendersAreWrittenAtTheNextFrameAtNativeOrViewportSize
     Preview().GrabScreenshot("", true);
     QTest::qWait(2 * BDPreviewWindow::kRepaintMilliseconds);
     EXPECT_FALSE(Preview().IsRenderPending());
+}
+
+TEST_F(PreviewWindow, LightAnimationsAreRecordedAsOneOrbitOfThirtyFrames)
+{
+    // A sphere lit by a directional light, so each frame of the orbit looks different.
+    ImageProcessor& processor = *core.GetCurrentProcessor();
+    processor.SetImage(
+        MakeImage(16, 32, [](int x, int y) { return SphereNormal(x, y * 16 / 32, 16); }).release(),
+        ImageType::Normal);
+    core.SetUpperAmbientColour(Colour(0.1f, 0.1f, 0.1f));
+    core.SetLowerAmbientColour(Colour(0.1f, 0.1f, 0.1f));
+    core.SetDirectLightColour(Colour(0.9f, 0.9f, 0.9f));
+    Preview().SetLightPosition(Vector3D(0.3f, 0.2f, 0.7f));
+
+    TempFolder folder;
+    const std::string path = folder.File("orbit.gif");
+    Preview().StartRecordingGif(path, true);
+    QTest::qWait(3 * BDPreviewWindow::kRepaintMilliseconds);
+    EXPECT_FALSE(Preview().IsRenderPending());
+    EXPECT_FLOAT_EQ(Preview().GetLightPosition().x, 0.3f) << "the light goes back where it was";
+
+    QImageReader reader(QString::fromStdString(path));
+    ASSERT_TRUE(reader.canRead()) << reader.errorString().toStdString();
+    EXPECT_EQ(reader.size(), QSize(16, 32));
+    EXPECT_EQ(reader.imageCount(), LightingPreview::kAnimationFrames);
+    std::vector<QImage> frames;
+    while (reader.canRead())
+        frames.push_back(reader.read().convertToFormat(QImage::Format_RGB32));
+    ASSERT_EQ(static_cast<int>(frames.size()), LightingPreview::kAnimationFrames);
+    // Frame 0 has the light straight above the sprite, frame 15 straight below: the top of the
+    // sphere is lit first, its bottom halfway round.
+    EXPECT_GT(qRed(frames[0].pixel(8, 4)), qRed(frames[0].pixel(8, 27)) + 40);
+    EXPECT_GT(qRed(frames[15].pixel(8, 27)), qRed(frames[15].pixel(8, 4)) + 40);
+
+    // A cancelled dialog writes nothing, and an unwritable place leaves no file and says so.
+    Preview().StartRecordingGif(folder.File("missing/folder/orbit.gif"), true);
+    QTest::qWait(3 * BDPreviewWindow::kRepaintMilliseconds);
+    EXPECT_FALSE(FileExists(folder.File("missing/folder/orbit.gif")));
 }

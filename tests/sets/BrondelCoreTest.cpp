@@ -1,6 +1,8 @@
 #include "sets/BrondelCore.h"
 
 #include "core/Image.h"
+#include "core/ZeroedMemory.h"
+#include "processing/GenerationProgress.h"
 #include "processing/ImageProcessor.h"
 #include "support/RecordingLog.h"
 #include "support/TestImages.h"
@@ -204,4 +206,35 @@ TEST(BrondelCore, CompositeSavesFallBackToTheirParts)
     ASSERT_FALSE(observed.texts.empty());
     EXPECT_NE(observed.texts.back().find(unwritable), std::string::npos);
     EXPECT_NE(observed.log.lines.back().find(unwritable), std::string::npos);
+}
+
+// The window's worker hands the core a token: a cancel stops an All run at the set it is on, and a
+// refused allocation becomes a message box while the set keeps its maps.
+TEST(BrondelCore, CancelStopsAllRunsAndRefusedMemoryIsAMessage)
+{
+    TempFolder folder;
+    WriteProfiles(folder.File("A"), 64);
+    WriteProfiles(folder.File("B"), 64);
+    ObservedCore observed;
+    BrondelCore& core = observed.core;
+    ASSERT_TRUE(core.LoadMultipleImageSets({folder.File("A_Left.png"), folder.File("B_Left.png")}));
+
+    GenerationProgress progress([&](int) {}, true);
+    progress.RequestCancel();
+    core.SetGenerationProgress(&progress);
+    core.AttemptNormalGenerationAll();
+    EXPECT_EQ(core.GetLastGenerationOutcome(), GenerationOutcome::Cancelled);
+    for (int set = 0; set < 2; ++set)
+        EXPECT_FALSE(core.GetProcessor(set)->IsLoaded(ImageType::Normal)) << set;
+    core.SetGenerationProgress(nullptr);
+
+    core.AttemptNormalGeneration();
+    ASSERT_TRUE(core.HasNonDefaultImageOfType(ImageType::Normal));
+    SetZeroedMemoryLimit(ZeroedBytesInUse() + 1024);
+    core.AttemptDepthGeneration();
+    SetZeroedMemoryLimit(0);
+    EXPECT_EQ(core.GetLastGenerationOutcome(), GenerationOutcome::Failed);
+    EXPECT_EQ(observed.captions, (Names{"Not enough memory"}));
+    EXPECT_FALSE(core.HasNonDefaultImageOfType(ImageType::Depth));
+    EXPECT_TRUE(core.HasNonDefaultImageOfType(ImageType::Normal));
 }

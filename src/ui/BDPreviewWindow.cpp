@@ -1,4 +1,4 @@
-#include "preview/BDPreviewWindow.h"
+#include "ui/BDPreviewWindow.h"
 
 #include "preview/LightingPreview.h"
 #include "sets/BrondelCore.h"
