@@ -10,6 +10,8 @@
 #include "sets/BrondelCore.h"
 #include "sets/LogOutput.h"
 
+#include <QDir>
+#include <QFile>
 #include <QGuiApplication>
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
@@ -146,6 +148,27 @@ void Frame(benchmark::State& state, BrondelCore* core, ShaderEnum shader, bool s
     preview.ClearShaders();
 }
 
+// A light orbit recorded as it would be from the preview: 30 frames drawn at 512 x 512, read back and
+// encoded into a GIF file.
+void RecordOrbitGif(benchmark::State& state, BrondelCore* core)
+{
+    LightingPreview& preview = *core->GetLightingPreviewPointer();
+    preview.LoadShaders();
+    preview.SelectShader(ShaderEnums::StandardPhong);
+    preview.SetShadowing(false);
+    preview.GetCamera() = Camera(512, 512);
+    const QString path = QDir::temp().filePath(QStringLiteral("brondel-bench-orbit.gif"));
+    AllThreadsCpu cpu(state);
+    for (auto _ : state)
+    {
+        preview.StartRecordingGif(path.toStdString(), false);
+        if (!preview.DoNecessaryScreenshotStuff())
+            state.SkipWithError("the GIF could not be written");
+    }
+    QFile::remove(path);
+    preview.ClearShaders();
+}
+
 void UploadChangedMap(benchmark::State& state)
 {
     Image map(4096, 4096);
@@ -222,6 +245,11 @@ int main(int argc, char** argv)
                 ->Unit(benchmark::kMillisecond)
                 ->UseRealTime()
                 ->Iterations(10);
+    benchmark::RegisterBenchmark("Light orbit GIF, 30 frames at 512x512, example head", RecordOrbitGif,
+                                 &example)
+        ->Unit(benchmark::kMillisecond)
+        ->UseRealTime()
+        ->Iterations(3);
     benchmark::RegisterBenchmark("Upload of a changed 4096x4096 map", UploadChangedMap)
         ->Unit(benchmark::kMillisecond)
         ->UseRealTime()
