@@ -150,3 +150,24 @@ TEST(LightSettingsFile, UnwritablePlaceIsReportedAndLeavesNoFile)
     EXPECT_FALSE(LightSettings().WriteToFile(folder.File("no/such/folder/settings.txt"), &error));
     EXPECT_FALSE(error.empty());
 }
+
+// The settings file shipped with the resources is the one a fresh install reads: it must hold exactly
+// the built-in defaults (as far as 8-bit colours can), or a reset and a first start would disagree.
+TEST(LightSettingsFile, TheShippedDefaultsFileMatchesTheBuiltInValues)
+{
+    LightSettings shipped;
+    shipped.backgroundColour = Colour(0, 0, 0, 0);
+    shipped.directLightMultiplier = 0.0f;
+    shipped.renderLightSourceIcon = false;
+    ASSERT_TRUE(shipped.ReadFromFileKeepingValues(BRONDEL_RESOURCE_DIR "DefaultLightSettings.txt"));
+    const LightSettings builtIn;
+    EXPECT_EQ(shipped.backgroundColour, builtIn.backgroundColour);
+    EXPECT_EQ(shipped.directLightColour, builtIn.directLightColour);
+    EXPECT_EQ(shipped.lowerAmbientColour, builtIn.lowerAmbientColour);
+    EXPECT_FLOAT_EQ(shipped.directLightMultiplier, builtIn.directLightMultiplier);
+    EXPECT_EQ(shipped.renderLightSourceIcon, builtIn.renderLightSourceIcon);
+
+    TempFolder folder;
+    ASSERT_TRUE(builtIn.WriteToFile(folder.File("written.txt")));
+    EXPECT_EQ(ReadAll(folder.File("written.txt")), ReadAll(BRONDEL_RESOURCE_DIR "DefaultLightSettings.txt"));
+}
