@@ -393,3 +393,23 @@ TEST_F(Renderer, TheLightMarkerIsDrawnAtTheLightUnlessHidden)
     EXPECT_NE(frame.pixel(48, 16), qRgb(0, 0, 0));
     EXPECT_EQ(frame.pixel(16, 48), qRgb(0, 0, 0));
 }
+
+// A turned mesh turns its normals with it: the side facing the light is lit whatever the rotation.
+TEST_F(Renderer, ATurnedMeshIsLitFromWhereTheLightIs)
+{
+    SetMap(ImageType::Normal, [](int x, int y) { return SphereNormal(x, y, kSize); });
+    processor.PopulateDepthArrayFromMap();
+    preview.SetDrawingAsMesh(true);
+    preview.SetDirectionalLight(true);
+    preview.SetLightPosition(Vector3D(-1.0f, 0.0f, 0.25f));
+    for (float degrees : {90.0f, 200.0f})
+    {
+        preview.SetPreviewRotation(degrees);
+        const QImage frame = Render();
+        float left = 0.0f, right = 0.0f;
+        for (int y = 0; y < kSize; ++y)
+            for (int x = 0; x < kSize; ++x)
+                (x < kSize / 2 ? left : right) += Luminance(PixelAt(frame, x, y));
+        EXPECT_GT(left, 3.0f * right) << degrees;
+    }
+}
