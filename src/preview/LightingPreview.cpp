@@ -435,11 +435,12 @@ void LightingPreview::DrawLight()
     simpleColourProgram->release();
 }
 
-void LightingPreview::RenderScene(const Camera& view)
+void LightingPreview::RenderScene(const Camera& view, bool withLightMarker)
 {
     ClearScreen();
     DoPreDrawBinding();
     view.SetOpenGLMatrices();
     RenderSprite();
-    DrawLight();
+    if (withLightMarker)
+        DrawLight();
 }

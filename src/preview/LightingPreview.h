@@ -172,11 +172,11 @@ public:
     void DoPreDrawBinding();
     void RenderSprite();
     void DrawLight();
-    // ClearScreen, binding, camera matrices, sprite and light marker, in that order.
-    void RenderScene(const Camera& view);
+    // ClearScreen, binding, camera matrices, sprite and (when asked) the light marker, in that order.
+    void RenderScene(const Camera& view, bool withLightMarker = true);
     // Draws the scene into the frame buffer with the light placed at the orbit point of `time` (0..1, a
     // full turn), or where it is for a negative time, and returns the picture. The light is left at
-    // the orbit point; callers restore it.
+    // the orbit point; callers restore it. Renders are pictures of the sprite: no light marker.
     QImage RenderAtAnimationTime(float time, QOpenGLFramebufferObject* frameBuffer, const Camera* view);
     // Texture names the cache gave the images last bound, for the widget's tests; 0 when none.
     TextureCache* GetTextureCache() { return textureCache.get(); }

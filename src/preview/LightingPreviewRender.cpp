@@ -45,7 +45,7 @@ QImage LightingPreview::RenderAtAnimationTime(float time, QOpenGLFramebufferObje
     gl->glViewport(0, 0, frameBuffer->width(), frameBuffer->height());
     gl->glEnable(GL_DEPTH_TEST);
     gl->glEnable(GL_TEXTURE_2D);
-    RenderScene(view != nullptr ? *view : camera);
+    RenderScene(view != nullptr ? *view : camera, false);
     QImage picture = frameBuffer->toImage();
     frameBuffer->release();
     gl->glViewport(viewport[0], viewport[1], viewport[2], viewport[3]);
