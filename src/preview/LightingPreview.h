@@ -178,7 +178,7 @@ public:
     // full turn), or where it is for a negative time, and returns the picture. The light is left at
     // the orbit point; callers restore it. Renders are pictures of the sprite: no light marker.
     QImage RenderAtAnimationTime(float time, QOpenGLFramebufferObject* frameBuffer, const Camera* view);
-    // Texture names the cache gave the images last bound, for the widget's tests; 0 when none.
+    // The textures of the maps drawn so far; null until the first frame is drawn.
     TextureCache* GetTextureCache() { return textureCache.get(); }
 
     // --- Still and animated light renders, carried out at the start of the next frame
