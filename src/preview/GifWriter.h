@@ -21,8 +21,10 @@ struct GifPalette
     std::uint8_t b[256] = {};
     // The k-d tree: node n has children 2n and 2n + 1; numbers from 1 << bitDepth on are the leaves,
     // one per palette entry. Each internal node splits on one channel (0 red, 1 green, 2 blue).
-    std::uint8_t splitChannel[255] = {};
-    std::uint8_t splitValue[255] = {};
+    // Internal nodes are numbered 1..255 at 8 bits, so the arrays are indexed up to 255 and need 256
+    // places (index 0 is unused).
+    std::uint8_t splitChannel[256] = {};
+    std::uint8_t splitValue[256] = {};
 };
 
 struct GifBitStatus

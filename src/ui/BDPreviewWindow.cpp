@@ -23,6 +23,11 @@ BDPreviewWindow::BDPreviewWindow(QWidget* parent) : QOpenGLWidget(parent)
 BDPreviewWindow::~BDPreviewWindow()
 {
     // The shader programs and textures live in this widget's context: free them while it still exists.
+    // The base class destroys the context after this object is gone, so its signal must no longer
+    // reach us then.
+    if (context() != nullptr)
+        disconnect(context(), &QOpenGLContext::aboutToBeDestroyed, this,
+                   &BDPreviewWindow::ReleaseGLResources);
     ReleaseGLResources();
 }
 

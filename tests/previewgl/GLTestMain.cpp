@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-// The application object and the context must go before static destruction, while the display is
-// still there.
+// The application and its context outlive the tests on purpose (see GLTestSupport.cpp); only the
+// context is let go of before the process ends.
 int main(int argc, char** argv)
 {
     testing::InitGoogleTest(&argc, argv);
