@@ -59,8 +59,23 @@ void BDPreviewWindow::resizeGL(int w, int h)
         preview->Resize(w, h);
 }
 
+void BDPreviewWindow::SetPaused(bool pause)
+{
+    paused = pause;
+    if (pause)
+        repaintTimer->stop();
+    else
+    {
+        // The time spent paused is not animation time.
+        frameClock.restart();
+        repaintTimer->start(kRepaintMilliseconds);
+    }
+}
+
 void BDPreviewWindow::paintGL()
 {
+    if (paused)
+        return;
     if (preview != nullptr)
     {
         preview->DoNecessaryScreenshotStuff();

@@ -19,6 +19,10 @@ public:
 
     void SetRenderer(LightingPreview* renderer) { preview = renderer; }
     void SetCore(BrondelCore* brondelCore) { core = brondelCore; }
+    // While a generation runs on another thread the maps are being rewritten: a paused preview keeps
+    // showing its last frame and touches neither the renderer nor the maps until resumed.
+    void SetPaused(bool pause);
+    bool IsPaused() const { return paused; }
     static constexpr int kRepaintMilliseconds = 50;
 
 protected:
@@ -37,4 +41,5 @@ private:
     LightingPreview* preview = nullptr;
     BrondelCore* core = nullptr;
     QElapsedTimer frameClock;
+    bool paused = false;
 };

@@ -80,6 +80,15 @@ TEST_F(PreviewWindow, RepaintsOnItsOwnAndAnimatesByElapsedTime)
     EXPECT_NE(before.x, after.x);
     EXPECT_FLOAT_EQ(after.z, 0.25f);
     EXPECT_NEAR(after.x * after.x + after.y * after.y, 1.5f * 1.5f, 1e-3f);
+
+    // Paused (while a generation rewrites the maps), nothing is drawn and the light stands still.
+    window->SetPaused(true);
+    const Vector3D paused = Preview().GetLightPosition();
+    window->update();
+    QTest::qWait(3 * BDPreviewWindow::kRepaintMilliseconds);
+    EXPECT_EQ(Preview().GetLightPosition().x, paused.x);
+    window->SetPaused(false);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return Preview().GetLightPosition().x != paused.x; }, 10000));
 }
 
 TEST_F(PreviewWindow, MouseButtonsMoveTheLightAndTheWheelZoomsByWholeNotches)
