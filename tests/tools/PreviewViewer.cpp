@@ -2,11 +2,11 @@
 // (the example head by default), generates the maps it lacks, and shows it in a BDPreviewWindow with
 // the light orbiting. With --render <folder> it writes one PNG per shader instead of opening a window.
 #include "core/ResourceFolder.h"
-#include "ui/BDPreviewWindow.h"
 #include "preview/Camera.h"
 #include "preview/LightingPreview.h"
 #include "processing/ImageProcessor.h"
 #include "sets/BrondelCore.h"
+#include "ui/BDPreviewWindow.h"
 
 #include <QApplication>
 #include <QImage>
