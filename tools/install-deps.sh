@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
     build-essential cmake make pkg-config
-    qt6-base-dev libgl-dev zlib1g-dev libisal-dev
+    qt6-base-dev libqt6opengl6-dev libgl-dev zlib1g-dev libisal-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     xvfb xauth
     clang-format clang-tidy

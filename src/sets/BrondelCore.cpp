@@ -1,5 +1,6 @@
 #include "sets/BrondelCore.h"
 
+#include "preview/LightingPreview.h"
 #include "processing/GenerationProgress.h"
 #include "processing/ImageProcessor.h"
 #include "sets/StringHelpers.h"
@@ -31,6 +32,9 @@ BrondelCore::BrondelCore(std::string root)
     // A processor exists before any set is loaded, so the current index always addresses one.
     processors.push_back(MakeProcessor());
     currentIndex = 0;
+    // Storing values only: no OpenGL is touched until a preview widget draws with it.
+    preview = std::make_unique<LightingPreview>(processors.front().get(), rootPath, &log);
+    preview->SetProcessorSource([this] { return GetCurrentProcessor(); });
 }
 
 BrondelCore::~BrondelCore() = default;

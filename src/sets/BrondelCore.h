@@ -1,4 +1,5 @@
 #pragma once
+#include "core/Colour.h"
 #include "processing/GenerationGuard.h"
 #include "sets/GenerationParameters.h"
 #include "sets/ImageSet.h"
@@ -15,6 +16,7 @@ class GenerationProgress;
 class Image;
 class ImageProcessor;
 enum class DepthEditMode;
+class LightingPreview;
 
 // The one object every front end (main window, batch mode, test bed) works through: it owns the
 // loaded image sets with one processor each, the generation parameters and the log sink, dispatches
@@ -209,6 +211,36 @@ public:
     void GetEdgesFromSilhouette(float threshold, bool onlySelected);
     void RemoveEdgeSpecks();
     void ClearAllEdges();
+    // --- Lighting preview: each passes its argument on to the renderer (BrondelCorePreview.cpp)
+    void InitialisePreviewWindow(int width, int height, MessageCallback message, RefreshCallback refresh);
+    LightingPreview* GetLightingPreviewPointer() const { return preview.get(); }
+    // Widget pixels, origin top left. Button 0 is the left button, 1 the right.
+    void ReceiveMousePosition(int x, int y);
+    void ReceiveMouseButton(int x, int y, int button, bool released);
+    void ResetCamera();
+    void SetLightIconVisibility(bool visible);
+    void SetDirectLightColour(Colour colour);
+    void SetUpperAmbientColour(Colour colour);
+    void SetLowerAmbientColour(Colour colour);
+    void SetBackgroundColour(Colour colour);
+    void SetAmbientColourLock(bool locked);
+    void SetLightZPosition(float z);
+    void SetLightWrapValue(float wrap);
+    void SetAttenuationStrength(float strength);
+    void SetLightAnimation(int type);
+    void SetAOIntensity(float strength);
+    void SetDepthMultiplier(float multiplier);
+    void SetShadowing(bool on);
+    void SetGlossFromSpecAlpha(bool on);
+    void SetCelShading(bool on);
+    void SetCelShadingLevel(int level);
+    void SelectShader(int shader);
+    void ReloadShaders();
+    void SetPreviewRotation(float degrees);
+    void SetTilePreview(bool on);
+    void RecentrePreviewRotation();
+    void SetDrawingAsMesh(bool on);
+    void SetContourDisplay(bool on);
 
 private:
     std::unique_ptr<ImageProcessor> MakeProcessor();
@@ -246,4 +278,6 @@ private:
     const GenerationProgress* generationProgress;
     GenerationOutcome lastOutcome = GenerationOutcome::Finished;
     bool depthEditing = false;
+
+    std::unique_ptr<LightingPreview> preview;
 };
