@@ -49,12 +49,17 @@ bool GifSaver::AddFrame(QImage* frame)
 {
     if (frame == nullptr || frame->width() != width || frame->height() != height)
         return false;
-    // RGBX keeps red, green and blue and stores 255 in the fourth byte.
-    const QImage rgba = frame->convertToFormat(QImage::Format_RGBX8888);
+    // Straight (not premultiplied) colour, as QImage::pixel gives it for a frame read back with alpha;
+    // the fourth byte becomes 255.
+    const QImage rgba = frame->convertToFormat(QImage::Format_RGBA8888);
     std::vector<std::uint8_t> pixels(static_cast<std::size_t>(width) * height * 4);
     for (int y = 0; y < height; ++y)
-        std::copy_n(rgba.constScanLine(y), static_cast<std::size_t>(width) * 4,
-                    pixels.data() + static_cast<std::size_t>(y) * width * 4);
+    {
+        std::uint8_t* out = pixels.data() + static_cast<std::size_t>(y) * width * 4;
+        std::copy_n(rgba.constScanLine(y), static_cast<std::size_t>(width) * 4, out);
+        for (int x = 0; x < width; ++x)
+            out[4 * x + 3] = 255;
+    }
     return Add(pixels.data());
 }
 

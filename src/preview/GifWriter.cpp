@@ -102,16 +102,16 @@ void GifSwapPixels(std::uint8_t* image, int pixA, int pixB)
     b[3] = a[3];
 }
 
-int GifPartition(std::uint8_t* image, int left, int right, int elt, int pivotIndex)
+int GifPartition(std::uint8_t* image, int left, int right, int channel, int pivotIndex)
 {
-    const int pivotValue = image[4 * pivotIndex + elt];
+    const int pivotValue = image[4 * pivotIndex + channel];
     GifSwapPixels(image, pivotIndex, right - 1);
     int storeIndex = left;
     // Runs of values equal to the pivot go alternately low and high, so a flat region splits evenly.
     bool split = false;
     for (int i = left; i < right - 1; ++i)
     {
-        const int value = image[4 * i + elt];
+        const int value = image[4 * i + channel];
         if (value < pivotValue)
         {
             GifSwapPixels(image, i, storeIndex);
@@ -131,31 +131,31 @@ int GifPartition(std::uint8_t* image, int left, int right, int elt, int pivotInd
     return storeIndex;
 }
 
-void GifPartitionByMedian(std::uint8_t* image, int left, int right, int com, int neededCenter)
+void GifPartitionByMedian(std::uint8_t* image, int left, int right, int channel, int targetIndex)
 {
     while (left < right - 1)
     {
-        const int pivot = GifPartition(image, left, right, com, left + (right - left) / 2);
-        if (pivot > neededCenter)
+        const int pivot = GifPartition(image, left, right, channel, left + (right - left) / 2);
+        if (pivot > targetIndex)
             right = pivot;
-        else if (pivot < neededCenter)
+        else if (pivot < targetIndex)
             left = pivot + 1;
         else
             return;
     }
 }
 
-void GifSplitPalette(std::uint8_t* image, int numPixels, int firstElt, int lastElt, int splitElt,
-                     int splitDist, int treeNode, bool buildForDither, GifPalette* pal)
+void GifSplitPalette(std::uint8_t* image, int numPixels, int firstEntry, int lastEntry, int middleEntry,
+                     int middleStep, int node, bool forDither, GifPalette* palette)
 {
-    if (lastElt <= firstElt || numPixels == 0)
+    if (lastEntry <= firstEntry || numPixels == 0)
         return;
-    if (lastElt == firstElt + 1)
+    if (lastEntry == firstEntry + 1)
     {
         // Dithering needs the darkest and brightest colours present to reach the extremes.
-        if (buildForDither && (firstElt == 1 || firstElt == (1 << pal->bitDepth) - 1))
+        if (forDither && (firstEntry == 1 || firstEntry == (1 << palette->bitDepth) - 1))
         {
-            const bool minimum = firstElt == 1;
+            const bool minimum = firstEntry == 1;
             std::uint8_t extreme[3] = {minimum ? std::uint8_t{255} : std::uint8_t{0},
                                        minimum ? std::uint8_t{255} : std::uint8_t{0},
                                        minimum ? std::uint8_t{255} : std::uint8_t{0}};
@@ -163,9 +163,9 @@ void GifSplitPalette(std::uint8_t* image, int numPixels, int firstElt, int lastE
                 for (int c = 0; c < 3; ++c)
                     extreme[c] = minimum ? std::min(extreme[c], image[4 * i + c])
                                          : std::max(extreme[c], image[4 * i + c]);
-            pal->r[firstElt] = extreme[0];
-            pal->g[firstElt] = extreme[1];
-            pal->b[firstElt] = extreme[2];
+            palette->r[firstEntry] = extreme[0];
+            palette->g[firstEntry] = extreme[1];
+            palette->b[firstEntry] = extreme[2];
             return;
         }
         std::uint64_t sums[3] = {0, 0, 0};
@@ -173,9 +173,9 @@ void GifSplitPalette(std::uint8_t* image, int numPixels, int firstElt, int lastE
             for (int c = 0; c < 3; ++c)
                 sums[c] += image[4 * i + c];
         const auto count = static_cast<std::uint64_t>(numPixels);
-        pal->r[firstElt] = static_cast<std::uint8_t>((sums[0] + count / 2) / count);
-        pal->g[firstElt] = static_cast<std::uint8_t>((sums[1] + count / 2) / count);
-        pal->b[firstElt] = static_cast<std::uint8_t>((sums[2] + count / 2) / count);
+        palette->r[firstEntry] = static_cast<std::uint8_t>((sums[0] + count / 2) / count);
+        palette->g[firstEntry] = static_cast<std::uint8_t>((sums[1] + count / 2) / count);
+        palette->b[firstEntry] = static_cast<std::uint8_t>((sums[2] + count / 2) / count);
         return;
     }
 
@@ -190,31 +190,31 @@ void GifSplitPalette(std::uint8_t* image, int numPixels, int firstElt, int lastE
     const int rRange = high[0] - low[0];
     const int gRange = high[1] - low[1];
     const int bRange = high[2] - low[2];
-    int splitCom = gRange >= bRange ? 1 : 2;
+    int channel = gRange >= bRange ? 1 : 2;
     if (rRange > gRange && rRange > bRange)
-        splitCom = 0;
+        channel = 0;
 
     // In 64 bits: a 4096 x 4096 frame times half the palette would overflow an int.
-    const int subPixelsA =
-        static_cast<int>(static_cast<std::int64_t>(numPixels) * (splitElt - firstElt) / (lastElt - firstElt));
-    const int subPixelsB = numPixels - subPixelsA;
-    GifPartitionByMedian(image, 0, numPixels, splitCom, subPixelsA);
-    pal->splitChannel[treeNode] = static_cast<std::uint8_t>(splitCom);
-    pal->splitValue[treeNode] = image[4 * subPixelsA + splitCom];
+    const int lowCount = static_cast<int>(static_cast<std::int64_t>(numPixels) * (middleEntry - firstEntry) /
+                                          (lastEntry - firstEntry));
+    const int highCount = numPixels - lowCount;
+    GifPartitionByMedian(image, 0, numPixels, channel, lowCount);
+    palette->splitChannel[node] = static_cast<std::uint8_t>(channel);
+    palette->splitValue[node] = image[4 * lowCount + channel];
 
-    GifSplitPalette(image, subPixelsA, firstElt, splitElt, splitElt - splitDist, splitDist / 2, treeNode * 2,
-                    buildForDither, pal);
-    GifSplitPalette(image + 4 * static_cast<std::ptrdiff_t>(subPixelsA), subPixelsB, splitElt, lastElt,
-                    splitElt + splitDist, splitDist / 2, treeNode * 2 + 1, buildForDither, pal);
+    GifSplitPalette(image, lowCount, firstEntry, middleEntry, middleEntry - middleStep, middleStep / 2,
+                    node * 2, forDither, palette);
+    GifSplitPalette(image + 4 * static_cast<std::ptrdiff_t>(lowCount), highCount, middleEntry, lastEntry,
+                    middleEntry + middleStep, middleStep / 2, node * 2 + 1, forDither, palette);
 }
 
-int GifPickChangedPixels(const std::uint8_t* lastFrame, std::uint8_t* frame, int numPixels)
+int GifPickChangedPixels(const std::uint8_t* previous, std::uint8_t* frame, int numPixels)
 {
     int changed = 0;
     std::uint8_t* write = frame;
-    for (int i = 0; i < numPixels; ++i, lastFrame += 4, frame += 4)
+    for (int i = 0; i < numPixels; ++i, previous += 4, frame += 4)
     {
-        if (lastFrame[0] == frame[0] && lastFrame[1] == frame[1] && lastFrame[2] == frame[2])
+        if (previous[0] == frame[0] && previous[1] == frame[1] && previous[2] == frame[2])
             continue;
         write[0] = frame[0];
         write[1] = frame[1];
@@ -225,29 +225,29 @@ int GifPickChangedPixels(const std::uint8_t* lastFrame, std::uint8_t* frame, int
     return changed;
 }
 
-void GifMakePalette(const std::uint8_t* lastFrame, const std::uint8_t* nextFrame, std::uint32_t width,
-                    std::uint32_t height, int bitDepth, bool buildForDither, GifPalette* pPal)
+void GifMakePalette(const std::uint8_t* previous, const std::uint8_t* image, std::uint32_t width,
+                    std::uint32_t height, int bitDepth, bool forDither, GifPalette* palette)
 {
-    pPal->bitDepth = bitDepth;
+    palette->bitDepth = bitDepth;
     const std::size_t bytes = static_cast<std::size_t>(width) * height * 4;
-    std::vector<std::uint8_t> pixels(nextFrame, nextFrame + bytes);
+    std::vector<std::uint8_t> pixels(image, image + bytes);
     int count = static_cast<int>(static_cast<std::size_t>(width) * height);
-    if (lastFrame != nullptr)
-        count = GifPickChangedPixels(lastFrame, pixels.data(), count);
+    if (previous != nullptr)
+        count = GifPickChangedPixels(previous, pixels.data(), count);
 
-    const int lastElt = 1 << bitDepth;
-    const int splitElt = lastElt / 2;
-    const int splitDist = splitElt / 2;
-    GifSplitPalette(pixels.data(), count, 1, lastElt, splitElt, splitDist, 1, buildForDither, pPal);
+    const int lastEntry = 1 << bitDepth;
+    const int middleEntry = lastEntry / 2;
+    const int middleStep = middleEntry / 2;
+    GifSplitPalette(pixels.data(), count, 1, lastEntry, middleEntry, middleStep, 1, forDither, palette);
 
     // The node that would split off entry 0 has nothing to split: the transparent entry stays black.
-    pPal->splitValue[1 << (bitDepth - 1)] = 0;
-    pPal->splitChannel[1 << (bitDepth - 1)] = 0;
-    pPal->r[0] = pPal->g[0] = pPal->b[0] = 0;
+    palette->splitValue[1 << (bitDepth - 1)] = 0;
+    palette->splitChannel[1 << (bitDepth - 1)] = 0;
+    palette->r[0] = palette->g[0] = palette->b[0] = 0;
 }
 
-void GifDitherImage(const std::uint8_t* lastFrame, const std::uint8_t* nextFrame, std::uint8_t* outFrame,
-                    std::uint32_t width, std::uint32_t height, GifPalette* pPal)
+void GifDitherImage(const std::uint8_t* previous, const std::uint8_t* image, std::uint8_t* out,
+                    std::uint32_t width, std::uint32_t height, GifPalette* palette)
 {
     const auto w = static_cast<std::int64_t>(width);
     const auto h = static_cast<std::int64_t>(height);
@@ -255,7 +255,7 @@ void GifDitherImage(const std::uint8_t* lastFrame, const std::uint8_t* nextFrame
     // Fixed point with 8 fractional bits, so the spread error keeps its fractions.
     std::vector<std::int32_t> work(count * 4);
     for (std::size_t i = 0; i < count * 4; ++i)
-        work[i] = nextFrame[i] * 256;
+        work[i] = image[i] * 256;
 
     const auto spread = [&](std::int64_t x, std::int64_t y, const int error[3], int sixteenths) {
         if (x < 0 || x >= w || y >= h)
@@ -269,7 +269,7 @@ void GifDitherImage(const std::uint8_t* lastFrame, const std::uint8_t* nextFrame
         for (std::int64_t x = 0; x < w; ++x)
         {
             std::int32_t* pixel = work.data() + 4 * (y * w + x);
-            const std::uint8_t* last = lastFrame ? lastFrame + 4 * (y * w + x) : nullptr;
+            const std::uint8_t* last = previous ? previous + 4 * (y * w + x) : nullptr;
             int rounded[3];
             for (int c = 0; c < 3; ++c)
                 rounded[c] = GifIMin(255, GifIMax(0, (pixel[c] + 127) / 256));
@@ -282,8 +282,8 @@ void GifDitherImage(const std::uint8_t* lastFrame, const std::uint8_t* nextFrame
             }
             int bestIndex = 1;
             int bestDiff = 1000000;
-            GifGetClosestPaletteColor(pPal, rounded[0], rounded[1], rounded[2], bestIndex, bestDiff);
-            const int chosen[3] = {pPal->r[bestIndex], pPal->g[bestIndex], pPal->b[bestIndex]};
+            GifGetClosestPaletteColor(palette, rounded[0], rounded[1], rounded[2], bestIndex, bestDiff);
+            const int chosen[3] = {palette->r[bestIndex], palette->g[bestIndex], palette->b[bestIndex]};
             int error[3];
             for (int c = 0; c < 3; ++c)
             {
@@ -298,35 +298,34 @@ void GifDitherImage(const std::uint8_t* lastFrame, const std::uint8_t* nextFrame
         }
 
     for (std::size_t i = 0; i < count * 4; ++i)
-        outFrame[i] = static_cast<std::uint8_t>(work[i]);
+        out[i] = static_cast<std::uint8_t>(work[i]);
 }
 
-void GifThresholdImage(const std::uint8_t* lastFrame, const std::uint8_t* nextFrame, std::uint8_t* outFrame,
-                       std::uint32_t width, std::uint32_t height, GifPalette* pPal)
+void GifThresholdImage(const std::uint8_t* previous, const std::uint8_t* image, std::uint8_t* out,
+                       std::uint32_t width, std::uint32_t height, GifPalette* palette)
 {
     const std::size_t count = static_cast<std::size_t>(width) * height;
-    for (std::size_t i = 0; i < count; ++i, nextFrame += 4, outFrame += 4)
+    for (std::size_t i = 0; i < count; ++i, image += 4, out += 4)
     {
-        if (lastFrame && lastFrame[0] == nextFrame[0] && lastFrame[1] == nextFrame[1] &&
-            lastFrame[2] == nextFrame[2])
+        if (previous && previous[0] == image[0] && previous[1] == image[1] && previous[2] == image[2])
         {
-            outFrame[0] = lastFrame[0];
-            outFrame[1] = lastFrame[1];
-            outFrame[2] = lastFrame[2];
-            outFrame[3] = kTransparentIndex;
+            out[0] = previous[0];
+            out[1] = previous[1];
+            out[2] = previous[2];
+            out[3] = kTransparentIndex;
         }
         else
         {
             int bestIndex = 1;
             int bestDiff = 1000000;
-            GifGetClosestPaletteColor(pPal, nextFrame[0], nextFrame[1], nextFrame[2], bestIndex, bestDiff);
-            outFrame[0] = pPal->r[bestIndex];
-            outFrame[1] = pPal->g[bestIndex];
-            outFrame[2] = pPal->b[bestIndex];
-            outFrame[3] = static_cast<std::uint8_t>(bestIndex);
+            GifGetClosestPaletteColor(palette, image[0], image[1], image[2], bestIndex, bestDiff);
+            out[0] = palette->r[bestIndex];
+            out[1] = palette->g[bestIndex];
+            out[2] = palette->b[bestIndex];
+            out[3] = static_cast<std::uint8_t>(bestIndex);
         }
-        if (lastFrame)
-            lastFrame += 4;
+        if (previous)
+            previous += 4;
     }
 }
 
@@ -363,17 +362,17 @@ void GifWriteCode(std::vector<std::uint8_t>& out, GifBitStatus& stat, std::uint3
     }
 }
 
-void GifWritePalette(const GifPalette* pPal, std::vector<std::uint8_t>& out)
+void GifWritePalette(const GifPalette* palette, std::vector<std::uint8_t>& out)
 {
     // Entry 0, the transparent one, is always written black.
     out.insert(out.end(), {0, 0, 0});
-    for (int i = 1; i < (1 << pPal->bitDepth); ++i)
-        out.insert(out.end(), {pPal->r[i], pPal->g[i], pPal->b[i]});
+    for (int i = 1; i < (1 << palette->bitDepth); ++i)
+        out.insert(out.end(), {palette->r[i], palette->g[i], palette->b[i]});
 }
 
 void GifWriteLzwImage(std::vector<std::uint8_t>& out, std::vector<std::uint16_t>& table,
                       const std::uint8_t* image, std::uint32_t left, std::uint32_t top, std::uint32_t width,
-                      std::uint32_t height, std::uint32_t delay, const GifPalette* pPal)
+                      std::uint32_t height, std::uint32_t delay, const GifPalette* palette)
 {
     // Graphic control extension: leave the frame in place, index 0 transparent.
     out.insert(out.end(), {0x21, 0xf9, 0x04, 0x05});
@@ -385,11 +384,11 @@ void GifWriteLzwImage(std::vector<std::uint8_t>& out, std::vector<std::uint16_t>
     PutWord(out, top);
     PutWord(out, width);
     PutWord(out, height);
-    PutByte(out, 0x80 + pPal->bitDepth - 1);
-    GifWritePalette(pPal, out);
+    PutByte(out, 0x80 + palette->bitDepth - 1);
+    GifWritePalette(palette, out);
 
-    const int minCodeSize = pPal->bitDepth;
-    const std::uint32_t clearCode = 1u << pPal->bitDepth;
+    const int minCodeSize = palette->bitDepth;
+    const std::uint32_t clearCode = 1u << palette->bitDepth;
     PutByte(out, minCodeSize);
 
     // table[code * 256 + index] is the code for `code` followed by `index`, 0 when there is none yet.

@@ -58,28 +58,28 @@ int GifIAbs(int i);
 void GifGetClosestPaletteColor(const GifPalette* palette, int r, int g, int b, int& bestIndex, int& bestDiff,
                                int treeRoot = 1);
 void GifSwapPixels(std::uint8_t* image, int pixA, int pixB);
-int GifPartition(std::uint8_t* image, int left, int right, int elt, int pivotIndex);
-void GifPartitionByMedian(std::uint8_t* image, int left, int right, int com, int neededCenter);
-void GifSplitPalette(std::uint8_t* image, int numPixels, int firstElt, int lastElt, int splitElt,
-                     int splitDist, int treeNode, bool buildForDither, GifPalette* pal);
-int GifPickChangedPixels(const std::uint8_t* lastFrame, std::uint8_t* frame, int numPixels);
-void GifMakePalette(const std::uint8_t* lastFrame, const std::uint8_t* nextFrame, std::uint32_t width,
-                    std::uint32_t height, int bitDepth, bool buildForDither, GifPalette* pPal);
-void GifDitherImage(const std::uint8_t* lastFrame, const std::uint8_t* nextFrame, std::uint8_t* outFrame,
-                    std::uint32_t width, std::uint32_t height, GifPalette* pPal);
-void GifThresholdImage(const std::uint8_t* lastFrame, const std::uint8_t* nextFrame, std::uint8_t* outFrame,
-                       std::uint32_t width, std::uint32_t height, GifPalette* pPal);
+int GifPartition(std::uint8_t* image, int left, int right, int channel, int pivotIndex);
+void GifPartitionByMedian(std::uint8_t* image, int left, int right, int channel, int targetIndex);
+void GifSplitPalette(std::uint8_t* image, int numPixels, int firstEntry, int lastEntry, int middleEntry,
+                     int middleStep, int node, bool forDither, GifPalette* palette);
+int GifPickChangedPixels(const std::uint8_t* previous, std::uint8_t* frame, int numPixels);
+void GifMakePalette(const std::uint8_t* previous, const std::uint8_t* image, std::uint32_t width,
+                    std::uint32_t height, int bitDepth, bool forDither, GifPalette* palette);
+void GifDitherImage(const std::uint8_t* previous, const std::uint8_t* image, std::uint8_t* out,
+                    std::uint32_t width, std::uint32_t height, GifPalette* palette);
+void GifThresholdImage(const std::uint8_t* previous, const std::uint8_t* image, std::uint8_t* out,
+                       std::uint32_t width, std::uint32_t height, GifPalette* palette);
 
 void GifWriteBit(GifBitStatus& stat, std::uint32_t bit);
 void GifWriteChunk(std::vector<std::uint8_t>& out, GifBitStatus& stat);
 void GifWriteCode(std::vector<std::uint8_t>& out, GifBitStatus& stat, std::uint32_t length,
                   std::uint32_t code);
-void GifWritePalette(const GifPalette* pPal, std::vector<std::uint8_t>& out);
+void GifWritePalette(const GifPalette* palette, std::vector<std::uint8_t>& out);
 // One frame: graphic control extension, image descriptor, local colour table and LZW data. `image` holds
 // each pixel's palette index in its fourth byte.
 void GifWriteLzwImage(std::vector<std::uint8_t>& out, std::vector<std::uint16_t>& table,
                       const std::uint8_t* image, std::uint32_t left, std::uint32_t top, std::uint32_t width,
-                      std::uint32_t height, std::uint32_t delay, const GifPalette* pPal);
+                      std::uint32_t height, std::uint32_t delay, const GifPalette* palette);
 
 // Opens the file and writes the header (with the looping extension when delay is not 0). False when the
 // file cannot be opened; writer->error then says why.

@@ -3,8 +3,10 @@
 #include "preview/GifWriter.h"
 #include "core/Image.h"
 #include "preview/GifSaver.h"
+#include "sets/LogOutput.h"
 #include "support/TestImages.h"
 
+#include <QDir>
 #include <QFile>
 #include <QImage>
 #include <QImageReader>
@@ -222,6 +224,16 @@ TEST(GifWriter, ALightAnimationLoopsForeverAndDecodesToItsFrames)
     const Bytes head = {'G', 'I', 'F', '8', '9', 'a', size, 0, size, 0, 0xf0, 0, 0, 0, 0, 0, 0, 0, 0};
     ASSERT_GT(file.size(), head.size());
     EXPECT_TRUE(std::equal(head.begin(), head.end(), file.begin()));
+    // NETSCAPE2.0 with a loop count of 0: loop forever.
+    const Bytes loop = {0x21, 0xff, 11, 'N', 'E', 'T', 'S', 'C', 'A', 'P', 'E', '2', '.', '0', 3, 1, 0, 0, 0};
+    ASSERT_GT(file.size(), head.size() + loop.size());
+    EXPECT_TRUE(std::equal(loop.begin(), loop.end(), file.begin() + static_cast<long>(head.size())));
+    // The first frame: graphic control extension (keep the frame, index 0 transparent, 5 hundredths),
+    // then an image descriptor for the whole screen with a local table of 256 entries.
+    const Bytes frameHead = {0x21, 0xf9, 4, 0x05, 5, 0, 0, 0, 0x2c, 0, 0, 0, 0, size, 0, size, 0, 0x87};
+    EXPECT_TRUE(std::equal(frameHead.begin(), frameHead.end(),
+                           file.begin() + static_cast<long>(head.size() + loop.size())));
+    EXPECT_EQ(file.back(), 0x3b);
     const ParsedGif gif = Parse(file);
     EXPECT_TRUE(gif.loops);
     EXPECT_EQ(gif.loopCount, 0);
@@ -273,13 +285,16 @@ TEST(GifWriter, UnchangedPixelsAreTransparentAndTheCodeTableResetsCleanly)
     ASSERT_EQ(gif.frames.size(), 2u);
     EXPECT_EQ(gif.frames[0].indices, written);
     EXPECT_EQ(gif.frames[1].indices, Bytes(size * size, 0));
+    // Qt's reader, which knows nothing of our table, agrees colour for colour across the resets.
+    const QImage decoded(QString::fromStdString(path));
+    ASSERT_FALSE(decoded.isNull());
+    EXPECT_EQ(MaxError(decoded, shown), 0);
 }
 
 TEST(GifWriter, AFailedRecordingLeavesTheExistingFileAlone)
 {
     TempFolder folder;
     const std::string path = folder.File("Head_Preview.gif");
-    ASSERT_TRUE(QFile(QString::fromStdString(path)).open(QIODevice::WriteOnly));
     {
         QFile old(QString::fromStdString(path));
         ASSERT_TRUE(old.open(QIODevice::WriteOnly));
@@ -295,10 +310,25 @@ TEST(GifWriter, AFailedRecordingLeavesTheExistingFileAlone)
         EXPECT_FALSE(saver.AddFrame(&wrongSize));
     }
     EXPECT_EQ(ReadAll(path), Bytes({'o', 'l', 'd', ' ', 'a', 'n', 'i', 'm', 'a', 't', 'i', 'o', 'n'}));
+    EXPECT_EQ(QDir(QString::fromStdString(folder.File(""))).entryList(QDir::Files),
+              QStringList{QStringLiteral("Head_Preview.gif")}); // and no temporary file is left behind
 
+    // A folder that does not exist: the saver refuses its frames and the log says which file and why.
     GifSaver nowhere(0, folder.File("missing/folder/x.gif"), 16, 16);
-    EXPECT_NE(nowhere.GetError().find("missing/folder/x.gif"), std::string::npos) << nowhere.GetError();
-    EXPECT_FALSE(nowhere.SaveGif(nullptr));
+    QImage image(frame.data(), 16, 16, QImage::Format_RGBA8888);
+    EXPECT_FALSE(nowhere.AddFrame(&image));
+    EXPECT_EQ(nowhere.GetFrameCount(), 0);
+    struct Lines : LogWindow
+    {
+        void AppendLine(const std::string& text) override { lines.push_back(text); }
+        std::vector<std::string> lines;
+    } window;
+    LogOutput log(&window);
+    EXPECT_FALSE(nowhere.SaveGif(&log));
+    ASSERT_EQ(window.lines.size(), 1u);
+    EXPECT_NE(window.lines[0].find("missing/folder/x.gif"), std::string::npos) << window.lines[0];
+    EXPECT_GT(window.lines[0].size(), window.lines[0].find("\": ") + 3) << "no reason: " << window.lines[0];
+    EXPECT_FALSE(QFile::exists(QString::fromStdString(folder.File("missing/folder/x.gif"))));
 }
 
 TEST(GifWriter, DitheringStaysCloseAndImagesAddLikeTheirBytes)
