@@ -300,10 +300,16 @@ void LightingPreview::DoPreDrawBinding()
     {
         const Image* image =
             GetProcessor() != nullptr ? GetProcessor()->GetImage(kSamplers[unit].type) : nullptr;
-        if (depthEditMode && editor != nullptr && unit == 1)
-            image = &editor->GetSelectionImage();
-        if (depthEditMode && editor != nullptr && unit == 3)
-            image = &editor->GetEdges().GetEdgeImage();
+        if (depthEditMode && editor != nullptr && (unit == 1 || unit == 3))
+        {
+            image = unit == 1 ? &editor->GetSelectionImage() : &editor->GetEdges().GetEdgeImage();
+            // A brush dab changes a small patch of a sheet-sized image: only that patch is sent, and
+            // the texture then counts as current, so the bind below sends nothing more.
+            const PixelRect dirty =
+                unit == 1 ? editor->TakeSelectionDirtyRect() : editor->TakeEdgeDirtyRect();
+            if (!dirty.IsEmpty())
+                textureCache->UpdateRegion(gl, image, dirty.x, dirty.y, dirty.width, dirty.height);
+        }
         // Index and palette maps hold lookups, not pictures: blending neighbouring texels would
         // address columns between palette entries, so they stay nearest whatever the filtering switch.
         const bool lookup =

@@ -2,6 +2,7 @@
 
 #include "core/Image.h"
 #include "deptheditor/DepthEditor.h"
+#include "preview/LightingPreview.h"
 #include "processing/ImageProcessor.h"
 
 #include <cstdint>
@@ -28,6 +29,13 @@ bool BrondelCore::HasDepthEditor() const
 void BrondelCore::SetDepthEditingState(bool editing)
 {
     depthEditing = editing;
+    // The preview shows the selection and the edges, and hands drags with the left button to the
+    // current set's editor, only while editing.
+    preview->SetDepthEditMode(editing);
+    preview->SetDepthEditDragHandler([this](Vector2D at) {
+        if (DepthEditor* editor = EditorOf(*this))
+            editor->ReceiveMousePosition(at);
+    });
     // A drag cannot outlive the mode it was made in; it is recorded as it stands.
     if (!editing)
         if (DepthEditor* editor = EditorOf(*this))

@@ -1,6 +1,8 @@
 #include "sets/BrondelCore.h"
 
+#include "deptheditor/DepthEditor.h"
 #include "preview/LightingPreview.h"
+#include "processing/ImageProcessor.h"
 
 // The preview's settings pass straight through; the renderer only stores them until the widget draws.
 
@@ -18,7 +20,24 @@ void BrondelCore::ReceiveMousePosition(int x, int y)
 void BrondelCore::ReceiveMouseButton(int x, int y, int button, bool released)
 {
     if (button == 0)
+    {
         preview->SetLeftHeld(!released);
+        // While depth editing, the left button paints: the press starts a stroke at the sprite point
+        // under the cursor and the release records it as one undoable step.
+        ImageProcessor* processor = GetCurrentProcessor();
+        DepthEditor* editor = processor != nullptr ? processor->GetDepthEditor() : nullptr;
+        if (preview->IsDepthEditMode() && editor != nullptr)
+        {
+            if (!released)
+            {
+                editor->LeftMouseClick(
+                    preview->GetCamera().GetPositionFromPixel(x, y, preview->GetPreviewRotation()));
+                processor->MarkDepthEdited();
+            }
+            else
+                editor->LeftMouseRelease();
+        }
+    }
     else if (button == 1)
         preview->SetRightHeld(!released);
     else

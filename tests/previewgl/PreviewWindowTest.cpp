@@ -1,6 +1,7 @@
 #include "GLTestSupport.h"
 
 #include "core/Image.h"
+#include "deptheditor/DepthEditor.h"
 #include "processing/ImageProcessor.h"
 #include "sets/BrondelCore.h"
 #include "support/TestImages.h"
@@ -177,4 +178,40 @@ TEST_F(PreviewWindow, LightAnimationsAreRecordedAsOneOrbitOfThirtyFrames)
     Preview().StartRecordingGif(folder.File("missing/folder/orbit.gif"), true);
     ASSERT_TRUE(WaitForRender());
     EXPECT_FALSE(FileExists(folder.File("missing/folder/orbit.gif")));
+}
+
+// With depth editing on, the left button paints the selection under the cursor instead of moving the
+// light, one event behind the cursor, and the stroke is one step to undo.
+TEST_F(PreviewWindow, TheLeftButtonPaintsTheSelectionWhileEditingDepth)
+{
+    ImageProcessor& processor = *core.GetCurrentProcessor();
+    processor.InitialiseDepthEditor();
+    core.SetDepthEditingState(true);
+    core.SetSolidPaintingRadius(2);
+    core.SetPaintingIntensity(1.0f);
+    const DepthEditor& editor = *processor.GetDepthEditor();
+    const float before = editor.GetSelection()[16 * 16 + 8];
+    const Vector3D light = Preview().GetLightPosition();
+
+    // The 16 x 32 sprite fills the middle of the 64 x 64 view: its centre pixel is under (32, 32).
+    const auto move = [this](QPoint at, Qt::MouseButtons held) {
+        QMouseEvent event(QEvent::MouseMove, at, window->mapToGlobal(at), Qt::NoButton, held, Qt::NoModifier);
+        QApplication::sendEvent(window.get(), &event);
+    };
+    const auto drag = [&](QPoint at) { move(at, Qt::LeftButton); };
+    move(QPoint(32, 32), Qt::NoButton); // the cursor arrives before the click, as a hand's does
+    QTest::mousePress(window.get(), Qt::LeftButton, {}, QPoint(32, 32));
+    drag(QPoint(32, 33));
+    drag(QPoint(32, 34));
+    QTest::mouseRelease(window.get(), Qt::LeftButton, {}, QPoint(32, 34));
+    EXPECT_NE(editor.GetSelection()[16 * 16 + 8], before);
+    EXPECT_EQ(editor.GetSelection()[0], before); // far from the brush
+    EXPECT_TRUE(core.HasDepthBeenEdited());
+    EXPECT_EQ(Preview().GetLightPosition().x, light.x);
+    EXPECT_EQ(Preview().GetLightPosition().y, light.y);
+
+    core.UndoDepthCommand();
+    EXPECT_EQ(editor.GetSelection()[16 * 16 + 8], before);
+    core.SetDepthEditingState(false);
+    EXPECT_FALSE(Preview().IsDepthEditMode());
 }
