@@ -7,6 +7,7 @@
 #include "preview/TextureCache.h"
 #include "processing/ImageProcessor.h"
 #include "sets/LogOutput.h"
+#include "spine/SpineData.h"
 
 #include <QFile>
 #include <QOpenGLContext>
@@ -120,8 +121,17 @@ void LightingPreview::SetLightAnimation(AnimationType type)
         StartAnimation();
 }
 
+void LightingPreview::SetSpineObject(std::unique_ptr<SpineData> skeleton)
+{
+    spine = std::move(skeleton);
+}
+
 void LightingPreview::StepFrame(float elapsedMilliseconds)
 {
+    // The skeleton takes the frame's milliseconds as they are: its playback speed (0.001 once loaded)
+    // turns them into the animation's seconds.
+    if (spine)
+        spine->Update(elapsedMilliseconds);
     if (leftHeld && !rightHeld)
     {
         if (!depthEditMode)
@@ -277,6 +287,8 @@ void LightingPreview::ClearScreen()
 
 QOpenGLShaderProgram* LightingPreview::BoundProgram() const
 {
+    if (spine)
+        return programs[static_cast<std::size_t>(ShaderEnums::PhongSpine)].get();
     return programs[static_cast<std::size_t>(selectedShader)].get();
 }
 
@@ -394,7 +406,9 @@ void LightingPreview::RenderSprite()
     gl->glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
     const bool hasDepth = GetProcessor() != nullptr && GetProcessor()->IsLoaded(ImageType::Depth) &&
                           GetProcessor()->GetDepthArray(0) != nullptr;
-    if (meshMode && hasDepth)
+    if (spine)
+        DrawSpine();
+    else if (meshMode && hasDepth)
         DrawMesh(aspect);
     else if (tiledMode)
         for (int k = 0; k < 9; ++k)
@@ -408,6 +422,40 @@ void LightingPreview::RenderSprite()
     gl->glDisable(GL_BLEND);
     if (textureCache)
         textureCache->EndFrame(gl);
+}
+
+void LightingPreview::DrawSpine()
+{
+    // Each attachment is drawn in its slot's blend mode, tinted by its slot; the maps bound are those
+    // of the atlas page's image set, which loading the skeleton made the current set.
+    for (const SpineDrawItem& item : spine->BuildDrawList())
+    {
+        switch (item.blend)
+        {
+        case SpineBlendMode::Additive:
+            gl->glBlendFunc(item.premultipliedAlpha ? GL_ONE : GL_SRC_ALPHA, GL_ONE);
+            break;
+        case SpineBlendMode::Multiply:
+            gl->glBlendFunc(GL_DST_COLOR, GL_ONE_MINUS_SRC_ALPHA);
+            break;
+        case SpineBlendMode::Screen:
+            gl->glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_COLOR);
+            break;
+        default:
+            gl->glBlendFunc(item.premultipliedAlpha ? GL_ONE : GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+            break;
+        }
+        gl->glColor4f(item.colour.r, item.colour.g, item.colour.b, item.colour.a);
+        gl->glBegin(item.primitive == SpineDrawItem::Primitive::Quads ? GL_QUADS : GL_TRIANGLES);
+        for (std::size_t v = 0; v + 1 < item.positions.size(); v += 2)
+        {
+            // Page v runs down from the top; the textures are uploaded top row first as well.
+            gl->glTexCoord2f(item.uvs[v], item.uvs[v + 1]);
+            gl->glVertex3f(item.positions[v], item.positions[v + 1], 0.0f);
+        }
+        gl->glEnd();
+    }
+    gl->glColor4f(1.0f, 1.0f, 1.0f, 1.0f);
 }
 
 void LightingPreview::DrawLight()

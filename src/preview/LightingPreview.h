@@ -17,6 +17,7 @@ class QImage;
 class QOpenGLFramebufferObject;
 class QOpenGLFunctions_2_1;
 class QOpenGLShaderProgram;
+class SpineData;
 class TextureCache;
 
 // The shader programs in the order the shader chooser indexes them.
@@ -146,6 +147,11 @@ public:
     bool IsAnimating() const { return animating; }
     void StepFrame(float elapsedMilliseconds);
 
+    // The Spine skeleton drawn in place of the sprite, with the Spine shader and the current set's
+    // maps; null for none. The renderer owns it and advances it every frame.
+    void SetSpineObject(std::unique_ptr<SpineData> skeleton);
+    SpineData* GetSpineObject() const { return spine.get(); }
+
     // --- Mouse input, in widget pixels
     void SetLeftHeld(bool held) { leftHeld = held; }
     void SetRightHeld(bool held) { rightHeld = held; }
@@ -172,6 +178,7 @@ public:
     void DoPreDrawBinding();
     void RenderSprite();
     void DrawLight();
+    void DrawSpine();
     // ClearScreen, binding, camera matrices, sprite and (when asked) the light marker, in that order.
     void RenderScene(const Camera& view, bool withLightMarker = true);
     // Draws the scene into the frame buffer with the light placed at the orbit point of `time` (0..1, a
@@ -249,6 +256,7 @@ private:
     ShaderEnum selectedShader = ShaderEnums::StandardPhong;
     bool shaderReloadPending = false;
     std::unique_ptr<TextureCache> textureCache;
+    std::unique_ptr<SpineData> spine;
     QOpenGLFunctions_2_1* gl = nullptr;
     const void* glContext = nullptr;
 

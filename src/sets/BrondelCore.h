@@ -211,6 +211,15 @@ public:
     void GetEdgesFromSilhouette(float threshold, bool onlySelected);
     void RemoveEdgeSpecks();
     void ClearAllEdges();
+    // --- Spine skeleton shown in the preview (BrondelCoreSpine.cpp); each does nothing without one.
+    // Loading also loads each atlas page's "_Diffuse" image set, so the skeleton is lit with its maps.
+    void LoadSpineFile(std::string filename);
+    void SwitchToSpineSkin(std::string name);
+    void PlaySpineAnimation(std::string name);
+    void SetSpinePlayingBackwards(bool backwards);
+    void SetSpinePlaybackSpeed(float speed);
+    void ClearSpineObject();
+
     // --- Lighting preview: each passes its argument on to the renderer (BrondelCorePreview.cpp)
     void InitialisePreviewWindow(int width, int height, MessageCallback message, RefreshCallback refresh);
     LightingPreview* GetLightingPreviewPointer() const { return preview.get(); }
