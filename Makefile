@@ -29,8 +29,10 @@ SANITIZER_ENV = ASAN_OPTIONS=detect_leaks=1:abort_on_error=0:strict_string_check
     LSAN_OPTIONS=suppressions=$(CURDIR)/tools/lsan.supp:print_suppressions=0 \
     UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 # libxkbcommon-x11, which the X11 platform plugin calls as the application starts, hands strndup a
-# bounded buffer without a terminating zero; strict string checks take that for an overflow.
-GL_SANITIZER_ENV = ASAN_OPTIONS=detect_leaks=1:abort_on_error=0:strict_string_checks=0
+# bounded buffer without a terminating zero; strict string checks take that for an overflow. The leak
+# checker's exit-time scan now and then crashes while Mesa's software-renderer threads wind down, so
+# the display tests run with address and undefined-behaviour checks only; every other test keeps it.
+GL_SANITIZER_ENV = ASAN_OPTIONS=detect_leaks=0:abort_on_error=0:strict_string_checks=0
 test-asan: deps
 	@cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBRONDEL_SANITIZE=ON >/dev/null
 	@cmake --build $(ASAN_BUILD) -j $(JOBS)
