@@ -34,7 +34,7 @@ TEST(SpinePreview, ASkeletonIsDrawnLitWithItsPageMapsAndMoves)
     ASSERT_TRUE(MakeTestContextCurrent()) << "the GL tests need a display (run them under xvfb-run)";
     TempFolder folder;
     // One page with a white diffuse map and a normal map facing the viewer, and a bar of 1 x 0.25 units
-    // turning a quarter turn a second about its middle.
+    // that rests (the first animation plays on loading) until it is told to turn a quarter turn a second.
     MakeImage(32, 32, [](int, int) {
         return Colour(1.0f, 1.0f, 1.0f, 1.0f);
     })->SaveToDisk(folder.File("page_Diffuse.png"));
@@ -46,7 +46,7 @@ TEST(SpinePreview, ASkeletonIsDrawnLitWithItsPageMapsAndMoves)
     Write(folder.File("bar.json"), R"({"skeleton":{"spine":"3.8.99"},"bones":[{"name":"root"}],
         "slots":[{"name":"bar","bone":"root","attachment":"bar"}],
         "skins":[{"name":"default","attachments":{"bar":{"bar":{"width":1000,"height":250}}}}],
-        "animations":{"turn":{"bones":{"root":{"rotate":[{"angle":0},{"time":1,"angle":90}]}}}}})");
+        "animations":{"rest":{},"turn":{"bones":{"root":{"rotate":[{"angle":0},{"time":1,"angle":90}]}}}}})");
 
     BrondelCore core(BRONDEL_RESOURCE_DIR);
     core.LoadSpineFile(folder.File("bar.json"));
