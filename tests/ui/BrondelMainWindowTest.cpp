@@ -1,5 +1,6 @@
 #include "ui/BrondelMainWindow.h"
 #include "core/Image.h"
+#include "preview/LightingPreview.h"
 #include "processing/GenerationGuard.h"
 #include "sets/BrondelCore.h"
 #include "ui/BrondelLogWindow.h"
@@ -406,4 +407,47 @@ TEST(InspectionWindowTest, WidthIsWholeWidthsPerHeight)
     EXPECT_EQ(InspectionWindow::WidthFor(300, 200), 500);
     EXPECT_EQ(InspectionWindow::WidthFor(1000, 200), 2500);
     EXPECT_EQ(InspectionWindow::WidthFor(100, 200), 0);
+}
+
+TEST_F(MainWindowTest, LightControlsScaleIntoTheRenderer)
+{
+    LightingPreview* preview = core->GetLightingPreviewPointer();
+    ui->lightZPosSlider->setValue(0);
+    EXPECT_FLOAT_EQ(preview->GetLightZPosition(), 1.0f);
+    ui->lightZPosSlider->setValue(50);
+    EXPECT_FLOAT_EQ(preview->GetLightZPosition(), 0.0f);
+    ui->lightZPosSlider->setValue(100);
+    EXPECT_FLOAT_EQ(preview->GetLightZPosition(), -1.0f);
+
+    ui->animationStyleChooser->setCurrentIndex(2);
+    emit ui->animationStyleChooser->activated(2);
+    EXPECT_EQ(ui->lightZPosLabel->text(), QStringLiteral("Light Y position"));
+    ui->lockAmbientLightingCheck->setChecked(true);
+    EXPECT_FALSE(ui->lowerAmbientColourButton->isEnabled());
+}
+
+TEST_F(MainWindowTest, AnimatingOneSetKeepsSelectingIt)
+{
+    ui->imageSetAnimateCheckbox->setChecked(true);
+    window->AdvanceFrame();
+    window->AdvanceFrame();
+    EXPECT_EQ(ui->imageSetList->currentRow(), 0);
+    EXPECT_EQ(core->GetCurrentIndex(), 0);
+}
+
+TEST(BrondelExecutableTest, VersionAndHelpNeedNoDisplay)
+{
+    QProcess brondel;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove(QStringLiteral("DISPLAY"));
+    environment.remove(QStringLiteral("WAYLAND_DISPLAY"));
+    brondel.setProcessEnvironment(environment);
+    brondel.start(QStringLiteral(BRONDEL_GUI_PATH), {QStringLiteral("--version")});
+    ASSERT_TRUE(brondel.waitForFinished(10000));
+    EXPECT_EQ(brondel.exitCode(), 0);
+    EXPECT_TRUE(brondel.readAllStandardOutput().startsWith("Brondel "));
+    brondel.start(QStringLiteral(BRONDEL_GUI_PATH), {QStringLiteral("--help")});
+    ASSERT_TRUE(brondel.waitForFinished(10000));
+    EXPECT_EQ(brondel.exitCode(), 0);
+    EXPECT_TRUE(brondel.readAllStandardOutput().contains("FILE..."));
 }
