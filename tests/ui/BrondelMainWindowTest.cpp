@@ -382,11 +382,32 @@ TEST_F(MainWindowTest, ParametersHelperCommandMakesTheSameFilesAsTheWindow)
 
 TEST_F(MainWindowTest, HelpButtonsOpenTheManualAtTheirSection)
 {
-    ui->depthMapGenHelpButton->click();
+    const std::pair<QAbstractButton*, const char*> buttons[] = {
+        {ui->imagesTabHelpButton, "imagesTab"},
+        {ui->normalMapGenHelpButton, "normalMapParams"},
+        {ui->depthMapGenHelpButton, "depthMapParams"},
+        {ui->aoMapGenHelpButton, "aoMapParams"},
+        {ui->lightSetttingsHelpButton, "lightingParameters"},
+        {ui->shaderSettingsHelpButton, "shaderParameters"},
+        {ui->geometrySettingsHelpButton, "geometryParameters"},
+        {ui->paletteTabHelpButton, "paletteTab"},
+        {ui->spineTabHelpButton, "spineTab"},
+        {ui->depthEditHelpButton, "depthEditingTab"},
+        {ui->anisotropyHelpButton, "anisotropyTab"},
+        {ui->lightingPreviewHelpButton, "previewWindow"},
+    };
+    const QByteArray manual =
+        ReadBytes(QStringLiteral(BRONDEL_BUILD_RESOURCE_DIR "HTMLHelp/BrondelManual.html"));
     HelpWindow* help = window->GetHelpWindow();
-    EXPECT_TRUE(help->isVisible());
-    EXPECT_EQ(help->GetAnchor(), QStringLiteral("depthMapParams"));
-    EXPECT_TRUE(help->GetDisplay()->toPlainText().contains(QStringLiteral("Depth")));
+    for (const auto& [button, anchor] : buttons)
+    {
+        button->click();
+        EXPECT_TRUE(help->isVisible());
+        EXPECT_EQ(help->GetAnchor(), QString::fromUtf8(anchor));
+        // The browser scrolls only to named anchors.
+        EXPECT_TRUE(manual.contains(QByteArray("<a name=\"") + anchor + "\">")) << anchor;
+    }
+    EXPECT_TRUE(help->GetDisplay()->toPlainText().contains(QStringLiteral("Depth editing tab")));
     help->close();
 }
 
