@@ -1,4 +1,5 @@
 #include "ui/BrondelMainWindow.h"
+#include "ui/CLIParamsHelper.h"
 #include "ui_BrondelMainWindow.h"
 
 #include <QDir>
@@ -29,4 +30,8 @@ TEST(ScreenshotTest, EveryTab)
         const QString name = ui->tabWidget->widget(tab)->objectName();
         EXPECT_TRUE(window.grab().save(QDir(folder).filePath(name + QStringLiteral(".png"))));
     }
+    ui->showParamsHelperButton->click();
+    QTest::qWait(300);
+    EXPECT_TRUE(
+        window.GetParamsHelper()->grab().save(QDir(folder).filePath(QStringLiteral("paramsHelper.png"))));
 }
