@@ -1,11 +1,18 @@
 #!/usr/bin/env bash
-# `make run`: processes the example set with BrondelCLI, writing every map into <build>/example-output/.
+# `make run`: starts Brondel on the example set when there is a display; without one, processes the
+# example set with BrondelCLI, writing every map into <build>/example-output/.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=${1:-build}
 case $build in /*) ;; *) build=$root/$build ;; esac
 
 cli=$build/bin/BrondelCLI
+gui=$build/bin/Brondel
+
+if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] && [ -x "$gui" ]; then
+    exec "$gui"
+fi
+echo "No display: running BrondelCLI on the example set instead of the window."
 examples=$root/resources/Examples
 output=$build/example-output
 
