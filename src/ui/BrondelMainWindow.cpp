@@ -4,6 +4,7 @@
 #include "core/ResourceFolder.h"
 #include "preview/LightingPreview.h"
 #include "sets/BrondelCore.h"
+#include "spine/SpineData.h"
 #include "ui/BrondelLogWindow.h"
 #include "ui/CLIParamsHelper.h"
 #include "ui/HelpWindow.h"
@@ -489,18 +490,54 @@ void BrondelMainWindow::ReenableSaveButton()
     saveButtonTimer->stop();
 }
 
-// --- Spine files: the skeleton itself arrives with the Spine adapter; the buttons are placed now.
+// --- Spine skeletons: the preview draws the skeleton in place of the sprite, lit with its page's maps.
 
 void BrondelMainWindow::on_openSpineFileButton_clicked()
 {
     const QString file = QFileDialog::getOpenFileName(this, QStringLiteral("Open Spine File"), QString(),
                                                       QStringLiteral("Spine JSON (*.json)"));
-    if (file.isEmpty())
+    if (!file.isEmpty())
+        OpenSpineFile(file);
+}
+
+void BrondelMainWindow::OpenSpineFile(const QString& file)
+{
+    core->LoadSpineFile(file.toStdString());
+    const SpineData* spine = core->GetLightingPreviewPointer()->GetSpineObject();
+    if (spine == nullptr)
         return;
-    ShowMessageBox("Spine skeletons cannot be previewed yet.", "Spine");
+    UpdateSpineSelectors(spine->GetAnimationNames(), spine->GetSkinNames());
+    // A skeleton that would not load leaves an empty object behind; the log says why.
+    if (!spine->IsLoaded())
+        ShowMessageBox("Couldn't load the Spine skeleton \"" + file.toStdString() +
+                           "\". The log window says what went wrong.",
+                       "Spine");
+    else
+        core->SetSpinePlaybackSpeed(static_cast<float>(ui->spineAnimationSpeedSlider->value()) * 0.1f);
 }
 
 void BrondelMainWindow::on_clearSpineFileButton_clicked()
 {
+    core->ClearSpineObject();
     UpdateSpineSelectors({}, {});
+}
+
+void BrondelMainWindow::on_spineAnimationSelector_activated(int index)
+{
+    core->PlaySpineAnimation(ui->spineAnimationSelector->itemText(index).toStdString());
+}
+
+void BrondelMainWindow::on_spineSkinSelector_activated(int index)
+{
+    core->SwitchToSpineSkin(ui->spineSkinSelector->itemText(index).toStdString());
+}
+
+void BrondelMainWindow::on_spineAnimationSpeedSlider_valueChanged(int value)
+{
+    core->SetSpinePlaybackSpeed(static_cast<float>(value) * 0.1f);
+}
+
+void BrondelMainWindow::on_spineAnimationBackwardsCheck_toggled(bool backwards)
+{
+    core->SetSpinePlayingBackwards(backwards);
 }

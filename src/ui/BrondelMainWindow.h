@@ -50,6 +50,8 @@ public:
     const std::vector<QLabel*>& GetPreviewLabels(ImageType type) const;
     // Opens the sets of the files, as a drop on empty space does.
     void LoadImageSets(const QStringList& filenames);
+    // Shows a Spine skeleton in the preview and fills the Spine tab's selectors, as the open button does.
+    void OpenSpineFile(const QString& file);
     // Loads only the first file into the slot of the widget, or the sets when it shows no kind.
     void LoadDroppedFiles(const QStringList& filenames, QWidget* target);
 
@@ -90,6 +92,10 @@ private slots:
     void on_saveOutputSetButton_clicked();
     void on_openSpineFileButton_clicked();
     void on_clearSpineFileButton_clicked();
+    void on_spineAnimationSelector_activated(int index);
+    void on_spineSkinSelector_activated(int index);
+    void on_spineAnimationSpeedSlider_valueChanged(int value);
+    void on_spineAnimationBackwardsCheck_toggled(bool backwards);
 
     // Generation parameters
     void on_bendNormalsPicker_valueChanged(double value);

@@ -16,6 +16,9 @@ void Describe(QCoreApplication& application, QCommandLineParser& parser)
         "Normal, depth, ambient-occlusion and lighting maps from hand-drawn lighting profiles."));
     parser.addHelpOption();
     parser.addVersionOption();
+    parser.addOption(QCommandLineOption(QStringLiteral("spine"),
+                                        QStringLiteral("Show the Spine skeleton (JSON) in the preview."),
+                                        QStringLiteral("FILE.json")));
     parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("Images whose sets to open."),
                                  QStringLiteral("[FILE...]"));
     parser.process(application);
@@ -51,5 +54,7 @@ int main(int argc, char** argv)
     BrondelMainWindow window;
     window.show();
     window.LoadImageSets(parser.positionalArguments());
+    if (parser.isSet(QStringLiteral("spine")))
+        window.OpenSpineFile(parser.value(QStringLiteral("spine")));
     return QApplication::exec();
 }

@@ -3,6 +3,7 @@
 #include "preview/LightingPreview.h"
 #include "processing/GenerationGuard.h"
 #include "sets/BrondelCore.h"
+#include "spine/SpineData.h"
 #include "ui/BrondelLogWindow.h"
 #include "ui/CLIParamsHelper.h"
 #include "ui/HelpWindow.h"
@@ -19,6 +20,7 @@
 #include <QProcess>
 #include <QProgressDialog>
 #include <QPushButton>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTextBrowser>
 #include <QTimer>
@@ -471,4 +473,50 @@ TEST(BrondelExecutableTest, VersionAndHelpNeedNoDisplay)
     ASSERT_TRUE(brondel.waitForFinished(10000));
     EXPECT_EQ(brondel.exitCode(), 0);
     EXPECT_TRUE(brondel.readAllStandardOutput().contains("FILE..."));
+}
+
+// The Spine tab: a skeleton opened shows in the preview with its animations and skins in the
+// selectors, the selectors and speed drive it, and clearing takes it away; a bad file says so.
+TEST_F(MainWindowTest, TheSpineTabShowsPlaysAndClearsASkeleton)
+{
+    QTemporaryDir folder;
+    const auto write = [&](const char* name, const char* text) {
+        QFile file(folder.filePath(QString::fromUtf8(name)));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(text);
+    };
+    ASSERT_TRUE(
+        QImage(16, 16, QImage::Format_ARGB32).save(folder.filePath(QStringLiteral("page_Diffuse.png"))));
+    write("bar.atlas",
+          "page.png\nsize: 16,16\nbar\n  xy: 0, 0\n  size: 16, 16\n  orig: 16, 16\n  offset: 0, 0\n"
+          "  rotate: false\n");
+    write("bar.json", R"({"skeleton":{"spine":"3.8.99"},"bones":[{"name":"root"}],
+        "slots":[{"name":"bar","bone":"root","attachment":"bar"}],
+        "skins":[{"name":"default","attachments":{"bar":{"bar":{"width":1000,"height":250}}}},
+                 {"name":"armour","attachments":{}}],
+        "animations":{"rest":{},"turn":{"bones":{"root":{"rotate":[{"angle":0},{"time":1,"angle":90}]}}}}})");
+
+    window->OpenSpineFile(folder.filePath(QStringLiteral("bar.json")));
+    LightingPreview& preview = *core->GetLightingPreviewPointer();
+    ASSERT_NE(preview.GetSpineObject(), nullptr);
+    EXPECT_TRUE(messages.isEmpty()) << messages.join(QStringLiteral("; ")).toStdString();
+    ASSERT_EQ(ui->spineAnimationSelector->count(), 2);
+    EXPECT_EQ(ui->spineAnimationSelector->itemText(1), QStringLiteral("turn"));
+    ASSERT_EQ(ui->spineSkinSelector->count(), 2);
+    EXPECT_EQ(ui->spineSkinSelector->itemText(1), QStringLiteral("armour"));
+
+    ui->spineAnimationSpeedSlider->setValue(20);
+    ui->spineAnimationBackwardsCheck->setChecked(true);
+    EXPECT_TRUE(preview.GetSpineObject()->IsPlayingBackwards());
+    // The slider's tenths, then the per-millisecond scale the frame clock needs.
+    EXPECT_FLOAT_EQ(preview.GetSpineObject()->GetPlaybackSpeed(), 2.0f * 0.001f);
+
+    ui->clearSpineFileButton->click();
+    EXPECT_EQ(preview.GetSpineObject(), nullptr);
+    EXPECT_EQ(ui->spineAnimationSelector->count(), 0);
+
+    write("broken.json", "{\"bones\": [");
+    window->OpenSpineFile(folder.filePath(QStringLiteral("broken.json")));
+    ASSERT_EQ(messages.size(), 1);
+    EXPECT_TRUE(messages[0].contains(QStringLiteral("broken.json")));
 }
