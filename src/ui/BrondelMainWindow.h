@@ -188,6 +188,31 @@ private slots:
     void on_paletteTabHelpButton_clicked();
     void on_spineTabHelpButton_clicked();
     void on_depthEditHelpButton_clicked();
+
+    // Depth editing tab (BrondelMainWindowDepthEditing.cpp)
+    void on_editDepthCheck_toggled(bool on);
+    void on_addSelectionRadio_clicked(bool checked);
+    void on_removeSelectionRadio_clicked(bool checked);
+    void on_addEdgesRadio_clicked();
+    void on_removeRadioEdges_clicked();
+    void on_solidPaintingRadiusPicker_valueChanged(int radius);
+    void on_paintingDropoffPicker_valueChanged(int distance);
+    void on_paintingIntensityPicker_valueChanged(double intensity);
+    void on_adjacentDepthPaintCheckbox_toggled(bool on);
+    void on_selectByDepthWidthSlider_sliderMoved(int value);
+    void on_growSelectionButton_clicked();
+    void on_clearSelectionButton_clicked();
+    void on_moveSelectionForwardButton_clicked();
+    void on_moveSelectionBackButton_clicked();
+    void on_depthUndoButton_clicked();
+    void on_depthRedoButton_clicked();
+    void on_showDepthContoursCheckbox_toggled(bool on);
+    void on_detectEdgesFromDiffuseAlphaButton_clicked();
+    void on_detectEdgesFromNormalsButton_clicked();
+    void on_detectSilhouetteEdgesButton_clicked();
+    void on_detectDiffuseColourEdgesButton_clicked();
+    void on_removeEdgeSpecksButton_clicked();
+    void on_clearEdgesButton_clicked();
     void on_anisotropyHelpButton_clicked();
     void on_lightingPreviewHelpButton_clicked();
 

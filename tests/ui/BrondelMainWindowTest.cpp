@@ -4,6 +4,7 @@
 #include "processing/GenerationGuard.h"
 #include "sets/BrondelCore.h"
 #include "spine/SpineData.h"
+#include "support/TestImages.h"
 #include "ui/BrondelLogWindow.h"
 #include "ui/CLIParamsHelper.h"
 #include "ui/HelpWindow.h"
@@ -519,4 +520,53 @@ TEST_F(MainWindowTest, TheSpineTabShowsPlaysAndClearsASkeleton)
     window->OpenSpineFile(folder.filePath(QStringLiteral("broken.json")));
     ASSERT_EQ(messages.size(), 1);
     EXPECT_TRUE(messages[0].contains(QStringLiteral("broken.json")));
+}
+
+// Correcting a depth map by hand in the real window: a stroke painted in the viewport selects, moving
+// the selection forward changes the depth preview, and Ctrl+Z puts the depth back.
+TEST_F(MainWindowTest, AStrokeInTheViewportThenAShiftEditsTheDepthAndCtrlZUndoesIt)
+{
+    OpenExampleCopy();
+    ui->refinementStepsPicker->setValue(10);
+    ui->generateNormalsButton->click();
+    ui->generateDepthButton->click();
+    ASSERT_TRUE(core->HasDepthEditor());
+    const Image depthBefore = *core->GetCurrentBitmapByType(ImageType::Depth);
+    const QImage previewBefore = PreviewPicture(ui->depthMapPreviewDepthEditor);
+
+    ui->editDepthCheck->setChecked(true);
+    EXPECT_TRUE(core->IsDepthEditing());
+    EXPECT_EQ(core->GetLightingPreviewPointer()->GetSelectedShader(), ShaderEnums::DepthEditing);
+    ui->solidPaintingRadiusPicker->setValue(12);
+    ui->addSelectionRadio->click();
+
+    // A short stroke across the middle of the head, the cursor arriving first as a hand's does.
+    QWidget* viewport = ui->lightingPreviewWindow;
+    const QPoint middle(viewport->width() / 2, viewport->height() / 2);
+    const auto move = [&](QPoint at, Qt::MouseButtons held) {
+        QMouseEvent event(QEvent::MouseMove, at, viewport->mapToGlobal(at), Qt::NoButton, held,
+                          Qt::NoModifier);
+        QApplication::sendEvent(viewport, &event);
+    };
+    move(middle, Qt::NoButton);
+    QTest::mousePress(viewport, Qt::LeftButton, {}, middle);
+    for (int step = 1; step <= 4; ++step)
+        move(middle + QPoint(4 * step, 0), Qt::LeftButton);
+    QTest::mouseRelease(viewport, Qt::LeftButton, {}, middle + QPoint(16, 0));
+
+    ui->depthMovementSlider->setValue(ui->depthMovementSlider->maximum());
+    ui->moveSelectionForwardButton->click();
+    EXPECT_FALSE(SameBytes(*core->GetCurrentBitmapByType(ImageType::Depth), depthBefore));
+    EXPECT_NE(PreviewPicture(ui->depthMapPreviewDepthEditor), previewBefore);
+
+    // Shortcuts reach only the active window.
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    QTest::keyClick(window.get(), Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_TRUE(SameBytes(*core->GetCurrentBitmapByType(ImageType::Depth), depthBefore));
+    EXPECT_EQ(PreviewPicture(ui->depthMapPreviewDepthEditor), previewBefore);
+
+    ui->editDepthCheck->setChecked(false);
+    EXPECT_EQ(core->GetLightingPreviewPointer()->GetSelectedShader(), ui->shaderChooser->currentIndex());
+    EXPECT_TRUE(messages.isEmpty()) << messages.join(QStringLiteral("\n")).toStdString();
 }
