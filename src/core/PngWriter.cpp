@@ -38,8 +38,9 @@ unsigned SignedCost(const std::uint8_t* values, int count)
     unsigned cost = 0;
     for (int i = 0; i < count; ++i)
     {
-        const int v = static_cast<std::int8_t>(values[i]);
-        cost += static_cast<unsigned>(v < 0 ? -v : v);
+        // The byte as a two's-complement value: 0..127 as they are, 128..255 as -128..-1.
+        const int v = values[i];
+        cost += static_cast<unsigned>(v < 128 ? v : 256 - v);
     }
     return cost;
 }

@@ -26,6 +26,7 @@ public:
     bool SaveGif(LogOutput* log);
 
     int GetFrameCount() const { return frameCount; }
+    int GetRenderer() const { return renderer; }
     // Why the recording failed, or empty.
     const std::string& GetError() const { return writer->error; }
 

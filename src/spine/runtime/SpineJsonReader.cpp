@@ -54,6 +54,7 @@ std::vector<std::size_t> FileOrder(const QByteArray& json, const char* section,
     std::stable_sort(found.begin(), found.end(),
                      [](const auto& l, const auto& r) { return l.first < r.first; });
     std::vector<std::size_t> order;
+    order.reserve(found.size());
     for (const auto& entry : found)
         order.push_back(entry.second);
     return order;
