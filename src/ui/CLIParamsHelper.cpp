@@ -65,13 +65,6 @@ QCheckBox* CLIParamsHelper::AddSaveCheck(const QString& label, const char* name)
 
 void CLIParamsHelper::Refresh()
 {
-    if (core == nullptr)
-        return;
-    normalParameters->setText(QString::fromStdString(core->GetNormalCLIParams()));
-    depthParameters->setText(QString::fromStdString(core->GetDepthCLIParams()));
-    aoParameters->setText(QString::fromStdString(core->GetAOCLIParams()));
-    paletteParameters->setText(QString::fromStdString(core->GetPaletteCLIParams()));
-    anisotropyParameters->setText(QString::fromStdString(core->GetAnisotropyCLIParams()));
     RefreshSaveParams();
 }
 
