@@ -1,9 +1,9 @@
 // End-to-end runs of the real BrondelCLI executable, with no display, on small synthetic sets.
+#include "cli/CLIProcess.h"
 #include "core/Image.h"
 #include "support/TestImages.h"
 
 #include <QFile>
-#include <QProcess>
 
 #include <gtest/gtest.h>
 
@@ -11,71 +11,24 @@
 #include <map>
 
 namespace {
-struct CLIResult
-{
-    int status = -1;
-    std::string out;
-    std::string err;
-};
+using CLIResult = CLIProcessResult;
 
 CLIResult RunCLI(const std::string& folder, const std::vector<std::string>& words,
                  const QByteArray& input = {}, const QString& threads = {})
 {
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.remove(QStringLiteral("DISPLAY"));
-    environment.remove(QStringLiteral("WAYLAND_DISPLAY"));
+    QStringList environment;
     if (!threads.isEmpty())
-        environment.insert(QStringLiteral("BRONDEL_THREADS"), threads);
-    process.setProcessEnvironment(environment);
-    process.setWorkingDirectory(QString::fromStdString(folder));
-    QStringList arguments;
-    for (const std::string& word : words)
-        arguments << QString::fromStdString(word);
-    process.start(QStringLiteral(BRONDEL_CLI_PATH), arguments);
-    process.write(input);
-    process.closeWriteChannel();
-    if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit)
-        return {};
-    return {process.exitCode(), process.readAllStandardOutput().toStdString(),
-            process.readAllStandardError().toStdString()};
+        environment << QStringLiteral("BRONDEL_THREADS=") + threads;
+    return RunBrondelCLI(folder, words, environment, 60000, input);
 }
 
-QByteArray Contents(const std::string& path)
-{
-    QFile file(QString::fromStdString(path));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-// A lit dome: each profile is the plaster shading from its side, so the normals have real slopes; a
-// banded diffuse with transparent corners and a flow map give the palette and anisotropy something to do.
+// A lit dome with a banded diffuse and a flow map; with leftOnly, just its left profile.
 void WriteDomeSet(const std::string& base, bool leftOnly = false)
 {
-    const auto normal = [](int x, int y) {
-        const float nx = (x - 7.5f) / 8.0f;
-        const float ny = (7.5f - y) / 8.0f;
-        return Vector3D(nx, ny, std::sqrt(std::fmax(0.0f, 1.0f - nx * nx - ny * ny)));
-    };
-    const std::pair<const char*, Vector3D> lights[] = {{"_Left", {-1, 0, 0}},
-                                                       {"_Right", {1, 0, 0}},
-                                                       {"_Top", {0, 1, 0}},
-                                                       {"_Bottom", {0, -1, 0}},
-                                                       {"_Front", {0, 0, 1}}};
-    for (const auto& [suffix, light] : lights)
-    {
-        MakeGrey(16, 16, [&](int x, int y) {
-            return std::fmax(0.0f, Vector3D::DotProduct(normal(x, y), light));
-        })->SaveToDisk(base + suffix + ".png");
-        if (leftOnly)
-            return;
-    }
-    MakeImage(16, 16, [&](int x, int y) {
-        return Colour(0.2f + 0.2f * static_cast<float>(x / 4), 0.5f, 0.8f,
-                      normal(x, y).z > 0.0f ? 1.0f : 0.0f);
-    })->SaveToDisk(base + "_Diffuse.png");
-    MakeGrey(16, 16, [](int x, int y) {
-        return static_cast<float>((x * 3 + y * 5) % 16) / 15.0f;
-    })->SaveToDisk(base + "_Flow.png");
+    WriteDome(base);
+    if (leftOnly)
+        for (const char* suffix : {"_Right", "_Top", "_Bottom", "_Front", "_Diffuse", "_Flow"})
+            QFile::remove(QString::fromStdString(base + suffix + ".png"));
 }
 
 const std::map<std::string, std::string> kOutputSuffixes = {
@@ -104,7 +57,7 @@ TEST(BrondelCLIRun, EachSaveOptionWritesExactlyItsMapAndTogetherTheSameBytes)
         for (const auto& [otherOption, otherSuffix] : kOutputSuffixes)
             EXPECT_EQ(FileExists(folder.File("X" + otherSuffix + ".png")), otherOption == option)
                 << otherSuffix;
-        alone[option] = Contents(folder.File("X" + suffix + ".png"));
+        alone[option] = FileBytes(folder.File("X" + suffix + ".png"));
     }
     // The normal-with-opacity map carries the diffuse alpha; a plain copy of the normal map would not.
     EXPECT_NE(alone["-noSave"], alone["-nSave"]);
@@ -118,7 +71,7 @@ TEST(BrondelCLIRun, EachSaveOptionWritesExactlyItsMapAndTogetherTheSameBytes)
     EXPECT_TRUE(together.err.empty()) << together.err;
     EXPECT_FALSE(FileExists(folder.File("X_Normal.png")));
     for (const auto& [option, suffix] : kOutputSuffixes)
-        EXPECT_EQ(Contents(folder.File(option == "-nSave" ? "out.png" : "X" + suffix + ".png")),
+        EXPECT_EQ(FileBytes(folder.File(option == "-nSave" ? "out.png" : "X" + suffix + ".png")),
                   alone[option])
             << option;
 
@@ -126,7 +79,7 @@ TEST(BrondelCLIRun, EachSaveOptionWritesExactlyItsMapAndTogetherTheSameBytes)
     const CLIResult absolute =
         RunCLI("/", {"-source", folder.File("X_Left.png"), "-aoSave", folder.File("ao.bmp")});
     EXPECT_EQ(absolute.status, 0) << absolute.err;
-    EXPECT_TRUE(Contents(folder.File("ao.bmp")).startsWith("BM"));
+    EXPECT_TRUE(FileBytes(folder.File("ao.bmp")).startsWith("BM"));
     EXPECT_EQ(Image(folder.File("ao.bmp")).GetWidth(), 16);
 }
 
@@ -140,8 +93,8 @@ TEST(BrondelCLIRun, UnreadableOptionValuesFallBackToTheBatchDefaults)
         words.insert(words.begin(), {"-source", "X_Left.png"});
         const CLIResult run = RunCLI(folder.Path(), words);
         EXPECT_EQ(run.status, 0) << run.err;
-        return std::vector{Contents(folder.File("X_Normal.png")), Contents(folder.File("X_Depth.png")),
-                           Contents(folder.File("X_Aniso.png"))};
+        return std::vector{FileBytes(folder.File("X_Normal.png")), FileBytes(folder.File("X_Depth.png")),
+                           FileBytes(folder.File("X_Aniso.png"))};
     };
     const auto defaults = outputs({"-nSave", "-dSave", "-aSave", "-anisoType", "vector"});
     ASSERT_FALSE(defaults[0].isEmpty() || defaults[1].isEmpty() || defaults[2].isEmpty());
@@ -245,7 +198,7 @@ TEST(BrondelCLIRun, OutputBytesDoNotDependOnTheThreadCount)
         ASSERT_EQ(run.status, 0) << run.err;
         for (const char* suffix : {"_NormalOpacity", "_NormalDepth", "_AO", "_Aniso", "_Index"})
         {
-            const QByteArray bytes = Contents(folder.File(std::string("X") + suffix + ".png"));
+            const QByteArray bytes = FileBytes(folder.File(std::string("X") + suffix + ".png"));
             ASSERT_FALSE(bytes.isEmpty()) << suffix;
             if (firstRun.count(suffix) == 0)
                 firstRun[suffix] = bytes;

@@ -12,7 +12,7 @@
 #include <cmath>
 
 CLIProcessResult RunBrondelCLI(const std::string& folder, const std::vector<std::string>& words,
-                               const QStringList& environment, int timeLimitMs)
+                               const QStringList& environment, int timeLimitMs, const QByteArray& input)
 {
     QProcess process;
     QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
@@ -26,6 +26,7 @@ CLIProcessResult RunBrondelCLI(const std::string& folder, const std::vector<std:
     for (const std::string& word : words)
         arguments << QString::fromStdString(word);
     process.start(QStringLiteral(BRONDEL_CLI_PATH), arguments);
+    process.write(input);
     process.closeWriteChannel();
     CLIProcessResult result;
     if (!process.waitForFinished(timeLimitMs))

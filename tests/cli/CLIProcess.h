@@ -15,8 +15,10 @@ struct CLIProcessResult
 };
 
 // Runs BrondelCLI in folder with no display; environment entries are "NAME=value" additions.
+// `input` is fed to its standard input.
 CLIProcessResult RunBrondelCLI(const std::string& folder, const std::vector<std::string>& words,
-                               const QStringList& environment = {}, int timeLimitMs = 60000);
+                               const QStringList& environment = {}, int timeLimitMs = 60000,
+                               const QByteArray& input = {});
 
 QByteArray FileBytes(const std::string& path);
 
