@@ -146,7 +146,7 @@ void ReferenceDepth(benchmark::State& state, int size)
         levels.emplace_back(processor->GetNormalArray(l),
                             processor->GetNormalArray(l) +
                                 static_cast<std::size_t>(processor->MipWidth(l)) * processor->MipHeight(l));
-    const std::vector<std::uint8_t> alpha = ReadChannelBytes(*Set(size).diffuse, Channel::Alpha, size, size);
+    const std::vector<std::uint8_t> alpha = Plain(ReadChannelBytes(*Set(size).diffuse, Channel::Alpha, size, size));
     for (auto _ : state)
     {
         const std::vector<float> depth = ReferenceDepthFromNormals(levels, size, size, 100, 0.2f);
@@ -160,8 +160,8 @@ void ReferenceAO(benchmark::State& state, int size)
     processor->GenerateNormals(1.0f, 0.0f, 0.0f, true, false);
     processor->GenerateDepthMapFromNormals(20, false, 0.2f);
     const std::vector<float> red =
-        ReadChannel(*processor->GetImage(ImageType::Depth), Channel::Red, size, size);
-    const std::vector<std::uint8_t> alpha = ReadChannelBytes(*Set(size).diffuse, Channel::Alpha, size, size);
+        Plain(ReadChannel(*processor->GetImage(ImageType::Depth), Channel::Red, size, size));
+    const std::vector<std::uint8_t> alpha = Plain(ReadChannelBytes(*Set(size).diffuse, Channel::Alpha, size, size));
     for (auto _ : state)
     {
         const std::vector<float> heights = ReferenceAOHeights(red, &alpha);

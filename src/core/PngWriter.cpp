@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace {
 // Rows are compressed in pieces of about this many bytes, each with a fresh dictionary.
@@ -134,19 +135,35 @@ std::vector<char> EncodePng(const PlaneView<const std::uint8_t>& colour,
     const int rowBytes = width * bpp;
     const std::size_t stride = static_cast<std::size_t>(rowBytes) + 1;
 
-    // Interleave and filter every row.
-    std::vector<std::uint8_t> filtered(stride * height);
-    std::vector<std::uint8_t> raw(hasAlpha ? static_cast<std::size_t>(rowBytes) * height : 0);
-    const auto rawRow = [&](int y) -> const std::uint8_t* {
-        return hasAlpha ? raw.data() + static_cast<std::size_t>(y) * rowBytes : colour.Row(y);
-    };
-    if (hasAlpha)
-        ParallelFor(0, height, [&](int from, int to) {
-            for (int y = from; y < to; ++y)
+    // Each piece of whole rows is interleaved, filtered and compressed by one thread in buffers of its
+    // own, about a megabyte each, so a sheet needs no sheet-sized copies. The pieces' size depends on the
+    // image alone, which keeps the bytes the same at any thread count.
+    const int rowsPerPiece = static_cast<int>(std::max<std::size_t>(1, kPieceBytes / stride));
+    const int pieces = (height + rowsPerPiece - 1) / rowsPerPiece;
+    std::vector<std::vector<char>> compressed(static_cast<std::size_t>(pieces));
+    std::vector<uLong> checksums(static_cast<std::size_t>(pieces));
+    std::vector<char> failed(static_cast<std::size_t>(pieces), 0);
+    ParallelFor(0, pieces, [&](int from, int to) {
+        std::vector<std::uint8_t> raw;
+        std::vector<std::uint8_t> filtered;
+        std::vector<std::uint8_t> scratch;
+        std::vector<std::uint8_t> work;
+        for (int p = from; p < to; ++p)
+        {
+            const int firstRow = p * rowsPerPiece;
+            const int rows = std::min(rowsPerPiece, height - firstRow);
+            // Raw rows from the one above the piece (zeros above the first row) to its last.
+            raw.assign(static_cast<std::size_t>(rows + 1) * rowBytes, 0);
+            for (int y = std::max(firstRow - 1, 0); y < firstRow + rows; ++y)
             {
+                std::uint8_t* dst = raw.data() + static_cast<std::size_t>(y - firstRow + 1) * rowBytes;
                 const std::uint8_t* rgb = colour.Row(y);
+                if (!hasAlpha)
+                {
+                    std::memcpy(dst, rgb, static_cast<std::size_t>(rowBytes));
+                    continue;
+                }
                 const std::uint8_t* a = alpha.Row(y);
-                std::uint8_t* dst = raw.data() + static_cast<std::size_t>(y) * rowBytes;
                 for (int x = 0; x < width; ++x)
                 {
                     dst[4 * x] = rgb[3 * x];
@@ -155,55 +172,70 @@ std::vector<char> EncodePng(const PlaneView<const std::uint8_t>& colour,
                     dst[4 * x + 3] = a[x];
                 }
             }
-        });
-    const std::vector<std::uint8_t> zeros(static_cast<std::size_t>(rowBytes), 0);
-    ParallelFor(0, height, [&](int from, int to) {
-        std::vector<std::uint8_t> scratch;
-        for (int y = from; y < to; ++y)
-            FilterRow(rawRow(y), y > 0 ? rawRow(y - 1) : zeros.data(), rowBytes, bpp,
-                      filtered.data() + stride * y, scratch);
-    });
-
-    // Compress whole rows in pieces of a size fixed by the image alone.
-    const int rowsPerPiece = static_cast<int>(std::max<std::size_t>(1, kPieceBytes / stride));
-    const int pieces = (height + rowsPerPiece - 1) / rowsPerPiece;
-    std::vector<std::vector<char>> compressed(static_cast<std::size_t>(pieces));
-    std::vector<uLong> checksums(static_cast<std::size_t>(pieces));
-    std::vector<char> failed(static_cast<std::size_t>(pieces), 0);
-    ParallelFor(0, pieces, [&](int from, int to) {
-        std::vector<std::uint8_t> work;
-        for (int p = from; p < to; ++p)
-        {
-            const int firstRow = p * rowsPerPiece;
-            const int rows = std::min(rowsPerPiece, height - firstRow);
-            const std::uint8_t* data = filtered.data() + stride * firstRow;
-            const std::size_t size = stride * rows;
-            checksums[p] = adler32(1L, data, static_cast<uInt>(size));
-            failed[p] = !DeflatePiece(data, size, p == pieces - 1, work, compressed[p]);
+            filtered.resize(stride * rows);
+            for (int r = 0; r < rows; ++r)
+                FilterRow(raw.data() + static_cast<std::size_t>(r + 1) * rowBytes,
+                          raw.data() + static_cast<std::size_t>(r) * rowBytes, rowBytes, bpp,
+                          filtered.data() + stride * r, scratch);
+            checksums[p] = adler32(1L, filtered.data(), static_cast<uInt>(filtered.size()));
+            failed[p] = !DeflatePiece(filtered.data(), filtered.size(), p == pieces - 1, work, compressed[p]);
         }
     });
     if (std::find(failed.begin(), failed.end(), 1) != failed.end())
         return {};
 
-    std::vector<char> stream = {0x78, 0x5E}; // zlib header: deflate, 32K window
+    // The zlib stream is the header, the pieces and the checksum of all rows; it is cut into IDAT
+    // chunks of at most 1 MiB, as readers expect moderate chunk sizes, without first being copied whole.
     uLong checksum = 1L;
+    std::size_t streamBytes = 2 + 4;
     for (int p = 0; p < pieces; ++p)
     {
-        stream.insert(stream.end(), compressed[p].begin(), compressed[p].end());
         const int rows = std::min(rowsPerPiece, height - p * rowsPerPiece);
         checksum = adler32_combine(checksum, checksums[p], static_cast<z_off_t>(stride * rows));
+        streamBytes += compressed[p].size();
     }
-    PutU32(stream, static_cast<std::uint32_t>(checksum));
+    const char zlibHeader[2] = {0x78, 0x5E}; // deflate, 32K window
+    std::vector<char> trailer;
+    PutU32(trailer, static_cast<std::uint32_t>(checksum));
+    std::vector<std::pair<const char*, std::size_t>> segments = {{zlibHeader, 2}};
+    for (const std::vector<char>& piece : compressed)
+        segments.emplace_back(piece.data(), piece.size());
+    segments.emplace_back(trailer.data(), trailer.size());
 
-    std::vector<char> png = {'\x89', 'P', 'N', 'G', '\r', '\n', '\x1a', '\n'};
+    const std::size_t chunkCount = (streamBytes + kPieceBytes - 1) / kPieceBytes;
+    std::vector<char> png;
+    png.reserve(8 + 25 + streamBytes + 12 * chunkCount + 12);
+    png.insert(png.end(), {'\x89', 'P', 'N', 'G', '\r', '\n', '\x1a', '\n'});
     std::vector<char> header;
     PutU32(header, static_cast<std::uint32_t>(width));
     PutU32(header, static_cast<std::uint32_t>(height));
     header.insert(header.end(), {8, static_cast<char>(hasAlpha ? 6 : 2), 0, 0, 0});
     PutChunk(png, "IHDR", header.data(), header.size());
-    // Image data in chunks of at most 1 MiB, as readers expect moderate chunk sizes.
-    for (std::size_t at = 0; at < stream.size(); at += kPieceBytes)
-        PutChunk(png, "IDAT", stream.data() + at, std::min(kPieceBytes, stream.size() - at));
+    std::size_t segment = 0;
+    std::size_t offset = 0;
+    for (std::size_t at = 0; at < streamBytes; at += kPieceBytes)
+    {
+        const std::size_t size = std::min(kPieceBytes, streamBytes - at);
+        PutU32(png, static_cast<std::uint32_t>(size));
+        const std::size_t start = png.size();
+        png.insert(png.end(), {'I', 'D', 'A', 'T'});
+        for (std::size_t left = size; left > 0;)
+        {
+            const auto& [data, length] = segments[segment];
+            const std::size_t take = std::min(left, length - offset);
+            png.insert(png.end(), data + offset, data + offset + take);
+            left -= take;
+            offset += take;
+            if (offset == length)
+            {
+                ++segment;
+                offset = 0;
+            }
+        }
+        const uLong crc =
+            crc32(0L, reinterpret_cast<const Bytef*>(png.data() + start), static_cast<uInt>(size + 4));
+        PutU32(png, static_cast<std::uint32_t>(crc));
+    }
     PutChunk(png, "IEND", nullptr, 0);
     return png;
 }

@@ -1,10 +1,14 @@
 #include "core/ZeroedMemory.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cassert>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
+#include <mutex>
 #include <sys/mman.h>
+#include <vector>
 
 namespace {
 constexpr std::size_t kMappedFrom = std::size_t{8} << 20;
@@ -57,6 +61,124 @@ bool Reserve(std::size_t bytes)
     }
     return true;
 }
+// Fresh pages cost a fault and a clear by the kernel each, many times what clearing memory the process
+// already holds costs. A run makes and drops dozens of sheet-sized buffers of a few sizes, so dropped
+// mappings are kept and handed out again. What is kept counts as resident memory, so the pool is
+// bounded and a block is reused only for a request of at least half its size; the pages beyond the
+// request are given back to the system.
+constexpr std::size_t kPageBytes = 4096;
+constexpr std::size_t kIdleCeiling = std::size_t{256} << 20;
+
+struct MappedBlock
+{
+    void* memory = nullptr;
+    std::size_t mapped = 0;   // length of the mapping
+    std::size_t resident = 0; // bytes from the start that may hold pages (and old contents)
+};
+
+struct BlockPool
+{
+    std::mutex mutex;
+    std::vector<MappedBlock> live; // handed out, so a returned pointer finds its mapping
+    std::vector<MappedBlock> idle; // returned, oldest first
+    std::size_t idleBytes = 0;
+};
+
+BlockPool& Pool()
+{
+    // Never destroyed: blocks may come back from static objects torn down after it.
+    static auto* pool = new BlockPool;
+    return *pool;
+}
+
+std::size_t RoundToPages(std::size_t bytes)
+{
+    return (bytes + kPageBytes - 1) / kPageBytes * kPageBytes;
+}
+
+// A mapping of at least `bytes`, reused when one fits; sets `stale` to how many leading bytes may hold
+// another buffer's old contents (the rest reads as zero).
+void* MapBlock(std::size_t bytes, std::size_t& stale)
+{
+    const std::size_t length = RoundToPages(bytes);
+    BlockPool& pool = Pool();
+    {
+        std::lock_guard<std::mutex> lock(pool.mutex);
+        auto best = pool.idle.end();
+        for (auto block = pool.idle.begin(); block != pool.idle.end(); ++block)
+            if (block->mapped >= length && block->mapped / 2 <= length &&
+                (best == pool.idle.end() || block->mapped < best->mapped))
+                best = block;
+        if (best != pool.idle.end())
+        {
+            MappedBlock block = *best;
+            pool.idle.erase(best);
+            pool.idleBytes -= block.resident;
+            if (block.resident > length)
+                madvise(static_cast<char*>(block.memory) + length, block.resident - length, MADV_DONTNEED);
+            stale = std::min(block.resident, length);
+            block.resident = length;
+            pool.live.push_back(block);
+            return block.memory;
+        }
+    }
+    void* memory = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED)
+        return nullptr;
+    // Only advice: where huge pages are unavailable the mapping simply keeps ordinary pages.
+    madvise(memory, length, MADV_HUGEPAGE);
+    stale = 0;
+    std::lock_guard<std::mutex> lock(pool.mutex);
+    pool.live.push_back({memory, length, length});
+    return memory;
+}
+
+void UnmapBlock(void* memory)
+{
+    BlockPool& pool = Pool();
+    std::vector<MappedBlock> released;
+    {
+        std::lock_guard<std::mutex> lock(pool.mutex);
+        const auto block = std::find_if(pool.live.begin(), pool.live.end(),
+                                        [memory](const MappedBlock& b) { return b.memory == memory; });
+        // A pointer that was never handed out here: a caller's bug, not something to unmap blindly.
+        assert(block != pool.live.end() && "FreeZeroed: block not allocated here");
+        if (block == pool.live.end())
+            return;
+        pool.idle.push_back(*block);
+        pool.idleBytes += block->resident;
+        pool.live.erase(block);
+        while (pool.idleBytes > kIdleCeiling)
+        {
+            released.push_back(pool.idle.front());
+            pool.idleBytes -= pool.idle.front().resident;
+            pool.idle.erase(pool.idle.begin());
+        }
+    }
+    // Unmapping a big block takes a while; other threads need not wait for it.
+    for (const MappedBlock& block : released)
+        munmap(block.memory, block.mapped);
+}
+
+void* Allocate(std::size_t bytes, bool zeroed)
+{
+    if (!Reserve(bytes))
+        return nullptr;
+    void* memory = nullptr;
+    if (!Mapped(bytes))
+        memory = zeroed ? std::calloc(bytes == 0 ? 1 : bytes, 1) : std::malloc(bytes == 0 ? 1 : bytes);
+    else
+    {
+        std::size_t stale = 0;
+        memory = MapBlock(bytes, stale);
+        if (memory != nullptr && zeroed && stale > 0)
+            std::memset(memory, 0, stale);
+    }
+    if (memory == nullptr)
+        bytesInUse.fetch_sub(bytes, std::memory_order_relaxed);
+    return memory;
+}
+
 } // namespace
 
 bool ZeroedBytesFor(std::size_t count, std::size_t size, std::size_t& bytes)
@@ -69,22 +191,12 @@ bool ZeroedBytesFor(std::size_t count, std::size_t size, std::size_t& bytes)
 
 void* AllocateZeroed(std::size_t bytes)
 {
-    if (!Reserve(bytes))
-        return nullptr;
-    void* memory = nullptr;
-    if (!Mapped(bytes))
-        memory = std::calloc(bytes == 0 ? 1 : bytes, 1);
-    else
-    {
-        memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (memory == MAP_FAILED)
-            memory = nullptr;
-        else // Only advice: where huge pages are unavailable the mapping simply keeps ordinary pages.
-            madvise(memory, bytes, MADV_HUGEPAGE);
-    }
-    if (memory == nullptr)
-        bytesInUse.fetch_sub(bytes, std::memory_order_relaxed);
-    return memory;
+    return Allocate(bytes, true);
+}
+
+void* AllocateScratch(std::size_t bytes)
+{
+    return Allocate(bytes, false);
 }
 
 void FreeZeroed(void* memory, std::size_t bytes)
@@ -92,14 +204,10 @@ void FreeZeroed(void* memory, std::size_t bytes)
     if (memory == nullptr)
         return;
     bytesInUse.fetch_sub(bytes, std::memory_order_relaxed);
-    if (!Mapped(bytes))
-    {
+    if (Mapped(bytes))
+        UnmapBlock(memory);
+    else
         std::free(memory);
-        return;
-    }
-    [[maybe_unused]] const int result = munmap(memory, bytes);
-    // A failure here means the block and its size do not belong together: a leak, or worse.
-    assert(result == 0 && "FreeZeroed: block freed with a size other than its own");
 }
 
 std::size_t ZeroedBytesInUse()

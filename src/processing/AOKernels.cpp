@@ -195,9 +195,9 @@ void CountInterior(const ProbeField& f, int y, int from, int to, ProbeScratch& s
 }
 } // namespace
 
-std::vector<float> PrepareAOHeights(const float* depthRed, const std::uint8_t* mask, std::size_t count)
+SheetVector<float> PrepareAOHeights(const float* depthRed, const std::uint8_t* mask, std::size_t count)
 {
-    std::vector<float> heights(count);
+    SheetVector<float> heights(count);
     for (std::size_t i = 0; i < count; ++i)
         heights[i] = mask && mask[i] == 0 ? 100.0f : 1.0f - depthRed[i];
     return heights;
@@ -268,9 +268,9 @@ AOExtent FindAOExtent(const float* counts, std::size_t count)
     return extent;
 }
 
-std::vector<float> NormaliseAO(const float* counts, std::size_t count, const AOExtent& extent)
+SheetVector<float> NormaliseAO(const float* counts, std::size_t count, const AOExtent& extent)
 {
-    std::vector<float> values(count);
+    SheetVector<float> values(count);
     const float range = extent.maximum - extent.minimum;
     for (std::size_t i = 0; i < count; ++i)
         values[i] = (counts[i] - extent.minimum) / range;

@@ -1,4 +1,6 @@
 #pragma once
+#include "core/SheetBuffers.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -16,7 +18,7 @@ struct AOSettings
 
 // Heights the probes compare, larger meaning further from the viewer: 1 - depth red, or 100 where
 // the diffuse alpha byte is 0 (mask may be null), so transparent pixels never block a probe.
-std::vector<float> PrepareAOHeights(const float* depthRed, const std::uint8_t* mask, std::size_t count);
+SheetVector<float> PrepareAOHeights(const float* depthRed, const std::uint8_t* mask, std::size_t count);
 
 // Counts, per pixel, the probe offsets whose height rises strictly above a cone over the local
 // probe plane; offsets wrap around both borders. Columns are done in blocks of 50; beforeBlock(x)
@@ -36,4 +38,4 @@ struct AOExtent
 AOExtent FindAOExtent(const float* counts, std::size_t count);
 
 // (count - minimum) / (maximum - minimum) per pixel, unclamped and unguarded.
-std::vector<float> NormaliseAO(const float* counts, std::size_t count, const AOExtent& extent);
+SheetVector<float> NormaliseAO(const float* counts, std::size_t count, const AOExtent& extent);

@@ -387,10 +387,10 @@ DepthExtent FindDepthExtent(const float* depth, const std::uint8_t* mask, int wi
     return extent;
 }
 
-std::vector<float> NormaliseDepth(const float* depth, const std::uint8_t* mask, int width, int height,
+SheetVector<float> NormaliseDepth(const float* depth, const std::uint8_t* mask, int width, int height,
                                   float minimum, float range)
 {
-    std::vector<float> out(static_cast<std::size_t>(width) * height);
+    SheetVector<float> out(static_cast<std::size_t>(width) * height);
     ParallelFor(0, height, [&](int from, int to) {
         for (std::size_t i = Index(0, from, width), end = Index(0, to, width); i < end; ++i)
             out[i] = mask && mask[i] == 0 ? 0.0f : (depth[i] - minimum) / range;

@@ -1,4 +1,5 @@
 #pragma once
+#include "core/SheetBuffers.h"
 #include "core/Vector2D.h"
 #include "core/Vector3D.h"
 
@@ -60,5 +61,5 @@ DepthExtent FindDepthExtent(const float* depth, const std::uint8_t* mask, int wi
 
 // (d - minimum) / range per pixel, 0 where masked. A zero range is not guarded: it yields
 // not-a-number, which an image stores as 0.
-std::vector<float> NormaliseDepth(const float* depth, const std::uint8_t* mask, int width, int height,
+SheetVector<float> NormaliseDepth(const float* depth, const std::uint8_t* mask, int width, int height,
                                   float minimum, float range);

@@ -13,9 +13,9 @@ int ChannelOffset(Channel channel)
 }
 } // namespace
 
-std::vector<std::uint8_t> ReadChannelBytes(const Image& image, Channel channel, int width, int height)
+SheetVector<std::uint8_t> ReadChannelBytes(const Image& image, Channel channel, int width, int height)
 {
-    std::vector<std::uint8_t> out(static_cast<std::size_t>(width) * height);
+    SheetVector<std::uint8_t> out(static_cast<std::size_t>(width) * height);
     if (!image.HasPlanes())
         return out;
     const bool isAlpha = channel == Channel::Alpha;
@@ -39,10 +39,10 @@ std::vector<std::uint8_t> ReadChannelBytes(const Image& image, Channel channel, 
     return out;
 }
 
-std::vector<float> ReadChannel(const Image& image, Channel channel, int width, int height)
+SheetVector<float> ReadChannel(const Image& image, Channel channel, int width, int height)
 {
-    const std::vector<std::uint8_t> bytes = ReadChannelBytes(image, channel, width, height);
-    std::vector<float> out(bytes.size());
+    const SheetVector<std::uint8_t> bytes = ReadChannelBytes(image, channel, width, height);
+    SheetVector<float> out(bytes.size());
     ParallelFor(0, height, [&](int from, int to) {
         for (std::size_t i = static_cast<std::size_t>(from) * width; i < static_cast<std::size_t>(to) * width;
              ++i)

@@ -1,4 +1,6 @@
 #pragma once
+#include "core/SheetBuffers.h"
+
 #include <cstdint>
 #include <vector>
 
@@ -16,8 +18,8 @@ enum class Channel
     Alpha
 };
 
-std::vector<float> ReadChannel(const Image& image, Channel channel, int width, int height);
-std::vector<std::uint8_t> ReadChannelBytes(const Image& image, Channel channel, int width, int height);
+SheetVector<float> ReadChannel(const Image& image, Channel channel, int width, int height);
+SheetVector<std::uint8_t> ReadChannelBytes(const Image& image, Channel channel, int width, int height);
 
 // A new image whose pixels are (v, v, v, 1).
 Image* MakeGreyImage(const float* values, int width, int height);

@@ -21,22 +21,22 @@ void ImageProcessor::GenerateAOFromDepth(float coneGradient, int boxSize, int st
     token.Report(0);
 
     const std::size_t pixels = static_cast<std::size_t>(width) * height;
-    std::vector<std::uint8_t> mask;
+    SheetVector<std::uint8_t> mask;
     if (DiffuseMatchesWorkingSize())
         mask = ReadChannelBytes(*GetImage(ImageType::Diffuse), Channel::Alpha, width, height);
-    const std::vector<float> depthRed = ReadChannel(*depthMap, Channel::Red, width, height);
-    const std::vector<float> heights =
+    const SheetVector<float> depthRed = ReadChannel(*depthMap, Channel::Red, width, height);
+    const SheetVector<float> heights =
         PrepareAOHeights(depthRed.data(), mask.empty() ? nullptr : mask.data(), pixels);
     Log("Precalculations complete.");
 
-    std::vector<float> counts(pixels);
+    SheetVector<float> counts(pixels);
     CountOpenProbes(heights.data(), width, height, {coneGradient, boxSize, stepSize, ambientLightFlatness},
                     counts.data(), [&](int x) {
                         Log(std::to_string(x * 100 / width) + "% finished.");
                         token.Report(x * 100 / width);
                     });
     const AOExtent extent = FindAOExtent(counts.data(), pixels);
-    const std::vector<float> values = NormaliseAO(counts.data(), pixels, extent);
+    const SheetVector<float> values = NormaliseAO(counts.data(), pixels, extent);
     // The new map is made whole before it replaces the old one, so nothing is left to roll back.
     token.ThrowIfCancelled();
     SetImage(RequirePixels(MakeGreyImage(values.data(), width, height)), ImageType::AO);

@@ -61,9 +61,9 @@ void ImageProcessor::GenerateDepthMapFromNormals(int refinementSteps, bool respe
     const auto read = [this](ImageType type, Channel channel) {
         const Image* image = GetImage(type);
         return image ? ReadChannelBytes(*image, channel, width, height)
-                     : std::vector<std::uint8_t>(static_cast<std::size_t>(width) * height);
+                     : SheetVector<std::uint8_t>(static_cast<std::size_t>(width) * height);
     };
-    const std::vector<std::uint8_t> channels[4] = {
+    const SheetVector<std::uint8_t> channels[4] = {
         read(ImageType::Normal, Channel::Red), read(ImageType::Normal, Channel::Green),
         read(ImageType::Normal, Channel::Blue), read(ImageType::Depth, Channel::Red)};
     PlaneView<std::uint8_t> colour = normalDepth->ColourView();
@@ -102,9 +102,9 @@ void ImageProcessor::RefineDepthFromNormal(int steps, int level, EdgeArray* edge
         return;
 
     // Left unzeroed: every element is written before it is read, by threads that then own the pages.
-    const auto riseX = std::make_unique_for_overwrite<float[]>(size);
-    const auto riseY = std::make_unique_for_overwrite<float[]>(size);
-    const auto scratch = std::make_unique_for_overwrite<float[]>(size);
+    const ScratchArray<float> riseX(size);
+    const ScratchArray<float> riseY(size);
+    const ScratchArray<float> scratch(size);
     ComputeRises(normals, w, h, riseX.get(), riseY.get());
     RelaxationGrid grid{w, h, riseX.get(), riseY.get(), nullptr, nullptr};
     // Edges only ever separate full-resolution pixels; an edge array of another size (or one
@@ -166,7 +166,7 @@ void ImageProcessor::PopulateDepthMapFromArray()
     if (depth == nullptr || pixels == 0 || depthArrays[0].size() != pixels)
         return;
 
-    std::vector<std::uint8_t> mask;
+    SheetVector<std::uint8_t> mask;
     if (DiffuseMatchesWorkingSize())
         mask = ReadChannelBytes(*GetImage(ImageType::Diffuse), Channel::Alpha, width, height);
     const std::uint8_t* maskData = mask.empty() ? nullptr : mask.data();
@@ -175,7 +175,7 @@ void ImageProcessor::PopulateDepthMapFromArray()
     depthMin = extent.minimum;
     depthMax = extent.maximum;
     depthRange = depthMax - depthMin;
-    const std::vector<float> grey = NormaliseDepth(depth, maskData, width, height, depthMin, depthRange);
+    const SheetVector<float> grey = NormaliseDepth(depth, maskData, width, height, depthMin, depthRange);
     SetImage(RequirePixels(MakeGreyImage(grey.data(), width, height)), ImageType::Depth);
 }
 
@@ -191,7 +191,7 @@ void ImageProcessor::PopulateDepthArrayFromMap()
     float* depth = GetDepthArray(0);
     if (depth != nullptr)
     {
-        const std::vector<float> red = ReadChannel(*map, Channel::Red, width, height);
+        const SheetVector<float> red = ReadChannel(*map, Channel::Red, width, height);
         std::transform(red.begin(), red.end(), depth, [](float r) { return 2.55f * r; });
     }
     depthMin = 0.0f;

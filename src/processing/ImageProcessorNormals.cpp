@@ -24,7 +24,7 @@ void ImageProcessor::GenerateNormals(float bend, float rotationDirection, float 
         return;
     }
 
-    std::vector<float> profiles[5];
+    SheetVector<float> profiles[5];
     const auto profile = [&](ImageType type) -> const float* {
         if (!IsLoaded(type))
             return nullptr;
@@ -39,7 +39,7 @@ void ImageProcessor::GenerateNormals(float bend, float rotationDirection, float 
     in.top = profile(ImageType::Top);
     in.bottom = profile(ImageType::Bottom);
     in.front = profile(ImageType::Front);
-    std::vector<std::uint8_t> mask;
+    SheetVector<std::uint8_t> mask;
     if (DiffuseMatchesWorkingSize())
     {
         mask = ReadChannelBytes(*GetImage(ImageType::Diffuse), Channel::Alpha, width, height);
@@ -77,7 +77,7 @@ void ImageProcessor::PopulateNormalMapFromArray(bool flipY)
     auto normalOpacity = std::make_unique<Image>(width, height);
     RequirePixels(*normalMap);
     RequirePixels(*normalOpacity);
-    std::vector<std::uint8_t> opacity;
+    SheetVector<std::uint8_t> opacity;
     if (IsLoaded(ImageType::Diffuse))
         opacity = ReadChannelBytes(*GetImage(ImageType::Diffuse), Channel::Alpha, width, height);
     EncodeNormalMaps(normals, width, height, flipY, opacity.empty() ? nullptr : opacity.data(), *normalMap,
@@ -95,9 +95,9 @@ void ImageProcessor::PopulateNormalArrayFromMap(bool flipY)
     Vector3D* normals = GetNormalArray(0);
     if (map == nullptr || !map->HasPlanes() || normals == nullptr)
         return;
-    const std::vector<float> r = ReadChannel(*map, Channel::Red, width, height);
-    const std::vector<float> g = ReadChannel(*map, Channel::Green, width, height);
-    const std::vector<float> b = ReadChannel(*map, Channel::Blue, width, height);
+    const SheetVector<float> r = ReadChannel(*map, Channel::Red, width, height);
+    const SheetVector<float> g = ReadChannel(*map, Channel::Green, width, height);
+    const SheetVector<float> b = ReadChannel(*map, Channel::Blue, width, height);
     ParallelFor(0, height, [&](int from, int to) {
         for (std::size_t i = static_cast<std::size_t>(from) * width; i < static_cast<std::size_t>(to) * width;
              ++i)

@@ -2,6 +2,7 @@
 
 #include "core/Image.h"
 #include "core/Parallel.h"
+#include "core/SheetBuffers.h"
 
 #include <algorithm>
 #include <array>
@@ -281,7 +282,7 @@ Image* MakeIndexImage(const Image& diffuse, const std::vector<PaletteEntry>& loo
         return nullptr;
 
     // Stored exactly as a grey of k / 255 written through SetPixel would be.
-    std::vector<std::uint8_t> codeBytes(lookup.size());
+    SheetVector<std::uint8_t> codeBytes(lookup.size());
     for (std::size_t i = 0; i < lookup.size(); ++i)
         codeBytes[i] = Image::ChannelToByte(static_cast<float>(lookup[i].code / 255.0));
     const auto match = [&](std::uint64_t rgba) -> std::uint8_t {

@@ -23,7 +23,7 @@ Image Compose(const Image& rgb, const Image& alphaSource, Channel channel)
     Image combined(rgb);
     const int width = combined.GetWidth();
     const int height = combined.GetHeight();
-    const std::vector<std::uint8_t> alpha = ReadChannelBytes(alphaSource, channel, width, height);
+    const SheetVector<std::uint8_t> alpha = ReadChannelBytes(alphaSource, channel, width, height);
     const PlaneView<std::uint8_t> plane = combined.AlphaView();
     for (int y = 0; y < plane.height; ++y)
         for (int x = 0; x < plane.width; ++x)

@@ -189,7 +189,7 @@ TEST(Depth, ABallIntegratesToADomeMatchingThePlainChain)
     for (int l = 0; l < f.processor.GetMipCount(); ++l)
         levels.push_back(f.NormalLevel(l));
     const std::vector<std::uint8_t> alpha =
-        ReadChannelBytes(*f.processor.GetImage(ImageType::Diffuse), Channel::Alpha, kSize, kSize);
+        Plain(ReadChannelBytes(*f.processor.GetImage(ImageType::Diffuse), Channel::Alpha, kSize, kSize));
     const ReferenceDepthMap expected = ReferenceNormaliseDepth(
         ReferenceDepthFromNormals(levels, kSize, kSize, 50, 0.5f), kSize, kSize, &alpha);
     const Image* depth = f.processor.GetImage(ImageType::Depth);

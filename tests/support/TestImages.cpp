@@ -83,7 +83,3 @@ bool SameBytes(const Image& a, const Image& b)
     return true;
 }
 
-bool SameBits(const std::vector<float>& a, const std::vector<float>& b)
-{
-    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(float)) == 0;
-}

@@ -2,6 +2,7 @@
 #include "core/Colour.h"
 #include "core/Parallel.h"
 
+#include <cstring>
 #include <functional>
 #include <memory>
 #include <string>
@@ -46,7 +47,16 @@ void WriteProfiles(const std::string& base, int size = 8);
 bool SameBytes(const Image& a, const Image& b);
 
 // True when both arrays hold the same floats bit for bit, so a -0 for a 0 counts as a difference.
-bool SameBits(const std::vector<float>& a, const std::vector<float>& b);
+// Whatever allocator each side uses.
+template <typename A, typename B> bool SameBits(const A& a, const B& b)
+{
+    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(*a.data())) == 0;
+}
+// A copy in a plain std::vector, the type the reference loops take.
+template <typename T, typename Allocator> std::vector<T> Plain(const std::vector<T, Allocator>& values)
+{
+    return {values.begin(), values.end()};
+}
 
 // Runs the parallel loops on a given number of threads until the scope ends.
 struct ThreadCount
