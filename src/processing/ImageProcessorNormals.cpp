@@ -24,12 +24,20 @@ void ImageProcessor::GenerateNormals(float bend, float rotationDirection, float 
         return;
     }
 
-    SheetVector<float> profiles[5];
-    const auto profile = [&](ImageType type) -> const float* {
-        if (!IsLoaded(type))
-            return nullptr;
-        profiles[type] = ReadChannel(*GetImage(type), Channel::Red, width, height);
-        return profiles[type].data();
+    // A profile of the working size is read where it lies; another size is sampled into a packed copy
+    // first, wrapping or clamping at its edges as single pixel reads do.
+    SheetVector<std::uint8_t> resampled[5];
+    const auto profile = [&](ImageType type) -> ByteChannel {
+        const Image* image = GetImage(type);
+        if (!IsLoaded(type) || image == nullptr)
+            return {};
+        if (image->HasPlanes() && image->GetWidth() == width && image->GetHeight() == height)
+        {
+            const PlaneView<const std::uint8_t> plane = image->ColourView();
+            return {plane.data, static_cast<std::size_t>(plane.stride), 3};
+        }
+        resampled[type] = ReadChannelBytes(*image, Channel::Red, width, height);
+        return {resampled[type].data(), static_cast<std::size_t>(width), 1};
     };
     NormalInputs in;
     in.width = width;

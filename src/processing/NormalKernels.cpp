@@ -11,21 +11,21 @@
 
 namespace {
 // Horizontal and vertical brightness pairs; a missing side of a pair mirrors the other.
-inline void ProfilePair(const float* a, const float* b, std::size_t i, float& first, float& second)
+inline void ProfilePair(const ByteChannel& a, const ByteChannel& b, int x, int y, float& first, float& second)
 {
     if (a && b)
     {
-        first = a[i];
-        second = b[i];
+        first = Image::ByteToChannel(a.At(x, y));
+        second = Image::ByteToChannel(b.At(x, y));
     }
     else if (b)
     {
-        second = b[i];
+        second = Image::ByteToChannel(b.At(x, y));
         first = 1.0f - second;
     }
     else if (a)
     {
-        first = a[i];
+        first = Image::ByteToChannel(a.At(x, y));
         second = 1.0f - first;
     }
     else
@@ -47,8 +47,8 @@ float ComputeProfileSlopes(const NormalInputs& in, Vector3D* normals)
             {
                 const std::size_t i = static_cast<std::size_t>(y) * in.width + x;
                 float l, r, t, b;
-                ProfilePair(in.left, in.right, i, l, r);
-                ProfilePair(in.top, in.bottom, i, t, b);
+                ProfilePair(in.left, in.right, x, y, l, r);
+                ProfilePair(in.top, in.bottom, x, y, t, b);
                 const float sx = r - l;
                 const float sy = t - b;
                 normals[i].x = sx;
@@ -72,7 +72,7 @@ void FinishNormals(const NormalInputs& in, const NormalSettings& settings, float
     const Vector3D axis(std::cos(theta), std::sin(theta), 0.0f);
     TransformMatrix rotation;
     rotation.MakeRotationAboutAxis(axis, 0.017453333f * settings.rotationAmount);
-    const bool useFront = in.front != nullptr;
+    const bool useFront = static_cast<bool>(in.front);
 
     ParallelFor(0, in.height, [&](int from, int to) {
         for (int y = from; y < to; ++y)
@@ -88,7 +88,7 @@ void FinishNormals(const NormalInputs& in, const NormalSettings& settings, float
                 float ny = normals[i].y;
                 float nz;
                 if (useFront)
-                    nz = in.front[i] * settings.bend;
+                    nz = Image::ByteToChannel(in.front.At(x, y)) * settings.bend;
                 else
                 {
                     if (settings.autofixFlatNormals)

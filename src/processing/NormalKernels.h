@@ -1,22 +1,39 @@
 #pragma once
 #include "core/Vector3D.h"
 
+#include <cstddef>
 #include <cstdint>
 
 class Image;
 
 // The arithmetic of normal generation over flat row-major arrays (index y * width + x).
 
+// One channel of 8-bit samples read in place: the sample of pixel (x, y) is data[y * rowStride + x * step],
+// which reads the red bytes straight out of an image's RGB rows as well as a packed array.
+struct ByteChannel
+{
+    const std::uint8_t* data = nullptr;
+    std::size_t rowStride = 0;
+    int step = 1;
+
+    explicit operator bool() const { return data != nullptr; }
+    std::uint8_t At(int x, int y) const
+    {
+        return data[static_cast<std::size_t>(y) * rowStride + static_cast<std::size_t>(x) * step];
+    }
+};
+
 struct NormalInputs
 {
     int width = 0;
     int height = 0;
-    // Red channel of each lighting profile, or null when that profile is not loaded.
-    const float* left = nullptr;
-    const float* right = nullptr;
-    const float* top = nullptr;
-    const float* bottom = nullptr;
-    const float* front = nullptr;
+    // Red channel of each lighting profile, empty when that profile is not loaded. Brightness is the
+    // byte as a channel value (Image::ByteToChannel).
+    ByteChannel left;
+    ByteChannel right;
+    ByteChannel top;
+    ByteChannel bottom;
+    ByteChannel front;
     // Diffuse alpha bytes when the diffuse map can mask transparent pixels, else null.
     const std::uint8_t* mask = nullptr;
 };
