@@ -386,10 +386,12 @@ int main(int argc, char** argv)
 
     std::cout << "\n"
               << FormatTable(rows)
-              << "\nTimes are medians of paired runs, each on a fresh copy of the set; peaks "
-              << "are the highest over the runs.\n(f) is the new build alone: its base column is "
-              << "BRONDEL_THREADS=1, its new column BRONDEL_THREADS=2.\nPixels are compared decoded, on the "
-              << "first pair of each scenario. A failed run or a differing map is a MISS.\n";
+              << "\nTimes are medians of paired runs, each on a fresh copy of the set; peaks are the highest "
+              << "over the runs.\nPixels are compared decoded, on the first pair of each scenario. A failed "
+              << "run or a differing map is a MISS.\n";
+    if (std::any_of(scenarios.begin(), scenarios.end(), [](const Scenario& s) { return s.threadScaling; }))
+        std::cout << "(f) is the new build alone: its base column is BRONDEL_THREADS=1, its new column "
+                  << "BRONDEL_THREADS=2.\n";
     const std::string notes = driver.Notes();
     if (!notes.empty())
         std::cout << "\n" << notes;
