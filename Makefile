@@ -4,7 +4,7 @@ BUILD ?= build
 JOBS  ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=Release
 
-.PHONY: all deps configure build test test-asan run lint bench clean
+.PHONY: all deps configure build test test-asan run lint bench bench-build bench-e2e clean
 
 all: build
 
@@ -46,11 +46,27 @@ run: build
 lint: configure
 	@bash tools/lint.sh $(BUILD)
 
-bench: deps
+# The benchmarks' programs are all built before any of them is timed: this tree's, then BrondelCLI as
+# it was at $(BASELINE) in $(BUILD)-baseline (once; skipped, with a note, where there is no git history).
+BASELINE ?= b7a52a8
+bench-build: deps
 	@cmake -S . -B $(BUILD)-bench -DCMAKE_BUILD_TYPE=Release -DBRONDEL_BUILD_BENCH=ON -DBRONDEL_BUILD_TESTS=ON >/dev/null
-	@cmake --build $(BUILD)-bench -j $(JOBS) --target brondel_bench brondel_preview_bench
+	@cmake --build $(BUILD)-bench -j $(JOBS) --target brondel_bench brondel_preview_bench brondel_e2e_bench
+	@bash tools/build-baseline.sh $(BASELINE) $(BUILD)-baseline $(JOBS) >/dev/null
+
+# Whole batch runs of this BrondelCLI against the baseline's, when one was built. The stamp names the
+# commit actually built, which is what the table should say.
+BENCH_E2E = cli=$(BUILD)-baseline/build/bin/BrondelCLI; stamp=$(BUILD)-baseline/commit; \
+    if [ -x "$$cli" ] && [ -f "$$stamp" ]; then set -- --baseline "$$cli" --baseline-label "$$(cut -c1-7 "$$stamp")"; fi; \
+    $(BUILD)-bench/bin/brondel_e2e_bench "$$@"
+
+bench: bench-build
 	@$(BUILD)-bench/bin/brondel_bench $(BENCH_ARGS)
 	@xvfb-run -a -s "-screen 0 1280x1024x24" $(BUILD)-bench/bin/brondel_preview_bench $(BENCH_ARGS)
+	@$(BENCH_E2E)
+
+bench-e2e: bench-build
+	@$(BENCH_E2E)
 
 clean:
-	@rm -rf $(BUILD) $(BUILD)-bench $(BUILD)-asan
+	@rm -rf $(BUILD) $(BUILD)-bench $(BUILD)-asan $(BUILD)-baseline
