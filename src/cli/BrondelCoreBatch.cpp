@@ -10,6 +10,7 @@
 #include <QDir>
 
 #include <algorithm>
+#include <bitset>
 #include <iostream>
 #include <locale>
 #include <sstream>
@@ -35,6 +36,38 @@ bool RunStage(ImageType output, const ImageProcessor& processor, const std::func
     };
     return GuardGeneration(DescribeMap(output), width, height, report, generate) ==
            GenerationOutcome::Finished;
+}
+
+// The members whose pixels the requested maps are made from. The rest are only measured: reading a
+// whole sheet that nothing will look at is most of the time of a run that asks for one small map.
+std::bitset<kImageTypeCount> MembersToDecode(const BatchOutputs& outputs)
+{
+    std::bitset<kImageTypeCount> decode;
+    const auto any = [&](std::initializer_list<ImageType> types) {
+        return std::any_of(types.begin(), types.end(),
+                           [&](ImageType type) { return outputs.Requested(type); });
+    };
+    // Normals are made from the profiles, masked by the diffuse alpha, which also masks depth and AO
+    // and is the alpha of the normal-opacity map; every later map of the chain is made from them.
+    if (any({ImageType::Normal, ImageType::NormalOpacity, ImageType::Depth, ImageType::NormalDepth,
+             ImageType::AO}))
+        for (const ImageType type : {ImageType::Top, ImageType::Bottom, ImageType::Left, ImageType::Right,
+                                     ImageType::Front, ImageType::Diffuse})
+            decode.set(type);
+    if (outputs.Requested(ImageType::Aniso))
+        decode.set(ImageType::Flow);
+    if (any({ImageType::Palette, ImageType::Index}))
+        decode.set(ImageType::Diffuse);
+    // Should the palette not be made, the index map is drawn with the set's own.
+    if (outputs.Requested(ImageType::Index))
+        decode.set(ImageType::Palette);
+    return decode;
+}
+
+void Release(ImageProcessor& processor, std::initializer_list<ImageType> types)
+{
+    for (const ImageType type : types)
+        processor.ReleaseImage(type);
 }
 
 const char* Option(GenerationParameter id)
@@ -119,7 +152,7 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
         return outputs.AnyRequested() ? 1 : 0;
     }
     SetMembers members(set, suffixes, source);
-    processor.LoadImageSetByName(members.FilesToLoad(), false);
+    processor.LoadImageSetByName(members.FilesToLoad(), false, MembersToDecode(outputs));
     members.Examine(processor);
     for (const std::string& line : members.Unreadable())
         std::cerr << line << std::endl;
@@ -191,6 +224,10 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
             });
             outputs.Save(processor, ImageType::Normal);
             outputs.Save(processor, ImageType::NormalOpacity);
+            // What no later stage reads is let go as soon as it is written: the run's peak memory is
+            // what is held at once, and a big sheet holds a dozen images.
+            Release(processor, {ImageType::Top, ImageType::Bottom, ImageType::Left, ImageType::Right,
+                                ImageType::Front, ImageType::NormalOpacity});
 
             bool depthMade = false;
             if (normalsMade && (depthWanted || aoWanted))
@@ -202,6 +239,10 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
                 });
                 outputs.Save(processor, ImageType::Depth);
                 outputs.Save(processor, ImageType::NormalDepth);
+                // AO is made from the depth map alone; the arrays and the editor are for interactive work.
+                Release(processor, {ImageType::Normal, ImageType::NormalDepth});
+                processor.ReleaseWorkingArrays();
+                processor.ClearDepthEditor();
             }
             if (depthMade && aoWanted)
             {
@@ -210,6 +251,7 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
                     processor.GenerateAOFromDepth(ao.coneGradient, ao.boxSize, ao.stepSize, ao.lightFlatness);
                 });
                 outputs.Save(processor, ImageType::AO);
+                Release(processor, {ImageType::AO, ImageType::Depth});
             }
             if (!normalsMade)
                 outputs.FailAll({ImageType::Depth, ImageType::NormalDepth, ImageType::AO},
@@ -225,6 +267,8 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
             processor.GenerateAnisotropyMap(batch.anisotropy.expandCount, batch.anisotropy.outputType);
         });
         outputs.Save(processor, ImageType::Aniso);
+        Release(processor, {ImageType::Aniso, ImageType::Flow});
+        processor.ReleaseWorkingArrays();
     }
 
     if (paletteWanted)

@@ -26,14 +26,9 @@ std::string Quoted(const std::string& text)
     return "\"" + text + "\"";
 }
 
-std::string Size(const Image& image)
+std::string Size(std::pair<int, int> size)
 {
-    return std::to_string(image.GetWidth()) + "x" + std::to_string(image.GetHeight());
-}
-
-bool SameSize(const Image& a, const Image& b)
-{
-    return a.GetWidth() == b.GetWidth() && a.GetHeight() == b.GetHeight();
+    return std::to_string(size.first) + "x" + std::to_string(size.second);
 }
 
 std::string List(const std::vector<std::string>& items)
@@ -84,7 +79,9 @@ void SetMembers::Examine(const ImageProcessor& processor)
     warnings.clear();
     for (int type = 0; type < kImageTypeCount; ++type)
     {
-        loaded[type] = processor.IsLoaded(static_cast<ImageType>(type));
+        // A member measured but left undecoded was found all the same.
+        loaded[type] = processor.IsLoaded(static_cast<ImageType>(type)) ||
+                       processor.IsSizedOnly(static_cast<ImageType>(type));
         failed[type] = exists[type] && !loaded[type];
         if (failed[type])
             unreadable.push_back(
@@ -150,30 +147,29 @@ void SetMembers::CompareSizes(const ImageProcessor& processor)
     bool found = false;
     for (const ImageType type :
          {ImageType::Left, ImageType::Right, ImageType::Top, ImageType::Bottom, ImageType::Front})
-        if (!found && loaded[type] && processor.GetImage(type) != nullptr)
+        if (!found && loaded[type])
         {
             reference = type;
             found = true;
         }
     if (!found)
         return;
-    const Image& profile = *processor.GetImage(reference);
+    const std::pair<int, int> profile = processor.GetMemberSize(reference);
     const std::string profileText =
         "the lighting profile " + Quoted(names[reference]) + " is " + Size(profile);
     for (const ImageType type : kDrawnInputs)
     {
-        const Image* image = processor.GetImage(type);
-        if (loaded[type] && image != nullptr && !SameSize(*image, profile))
-            warnings.push_back(Quoted(names[type]) + " is " + Size(*image) + " but " + profileText +
+        const std::pair<int, int> size = processor.GetMemberSize(type);
+        if (loaded[type] && size != profile)
+            warnings.push_back(Quoted(names[type]) + " is " + Size(size) + " but " + profileText +
                                "; its pixels will not line up with the maps.");
     }
     for (const ImageType type : kGeneratedMaps)
     {
-        const Image* image = processor.GetImage(type);
-        if (loaded[type] && image != nullptr && !SameSize(*image, profile))
-            warnings.push_back(Quoted(names[type]) + " (a map of an earlier run) is " + Size(*image) +
-                               " but " + profileText +
-                               "; it can fix the working size and crop the new maps. " +
+        const std::pair<int, int> size = processor.GetMemberSize(type);
+        if (loaded[type] && size != profile)
+            warnings.push_back(Quoted(names[type]) + " (a map of an earlier run) is " + Size(size) + " but " +
+                               profileText + "; it can fix the working size and crop the new maps. " +
                                "Delete it before regenerating.");
     }
 }

@@ -6,9 +6,24 @@
 #include "processing/ImageProcessorTransaction.h"
 #include "sets/LogOutput.h"
 
+#include <QImageReader>
+
 #include <atomic>
 #include <iostream>
+#include <optional>
+#include <tuple>
 #include <utility>
+
+namespace {
+// The size a file's header gives, without decoding its pixels; nothing when it cannot be read.
+std::optional<std::pair<int, int>> ProbeImageSize(const std::string& filename)
+{
+    const QSize size = QImageReader(QString::fromUtf8(filename.c_str())).size();
+    if (!size.isValid() || size.isEmpty())
+        return std::nullopt;
+    return std::pair<int, int>{size.width(), size.height()};
+}
+} // namespace
 
 ImageProcessor::ImageProcessor(MessageCallback callback, std::string root, LogOutput* logOutput)
     : rootPath(std::move(root)), log(logOutput), messageCallback(std::move(callback))
@@ -37,6 +52,7 @@ void ImageProcessor::ReportProgress(float fractionOfStage) const
 
 void ImageProcessor::SetImage(Image* image, ImageType type)
 {
+    sizedOnly.reset(type);
     std::unique_ptr<Image> previous = std::exchange(images[type], std::unique_ptr<Image>(image));
     if (transaction != nullptr)
         transaction->KeepImage(type, std::move(previous), loadedTypes.test(type));
@@ -50,20 +66,63 @@ void ImageProcessor::LoadImageByName(ImageType type, std::string filename, bool 
 
 void ImageProcessor::LoadImageSetByName(const std::array<std::string, kImageTypeCount>& filenames, bool flipY)
 {
+    LoadImageSetByName(filenames, flipY, std::bitset<kImageTypeCount>().set());
+}
+
+void ImageProcessor::LoadImageSetByName(const std::array<std::string, kImageTypeCount>& filenames, bool flipY,
+                                        const std::bitset<kImageTypeCount>& decode)
+{
     // Decoding dominates loading a big sheet and each file decodes on its own, so the files are read
     // side by side; they are then installed one kind after another exactly as single loads would be.
     std::array<std::unique_ptr<Image>, kImageTypeCount> decoded;
+    std::array<std::optional<std::pair<int, int>>, kImageTypeCount> measured;
     std::atomic<int> next{0};
     ParallelFor(0, GetWorkerThreadCount(), [&](int, int) {
         for (int type = next++; type < kImageTypeCount; type = next++)
-            decoded[type] = std::make_unique<Image>(filenames[type]);
+        {
+            if (!decode.test(static_cast<std::size_t>(type)) && !filenames[type].empty())
+                measured[type] = ProbeImageSize(filenames[type]);
+            if (!measured[type])
+                decoded[type] = std::make_unique<Image>(filenames[type]);
+        }
     });
     for (int type = 0; type < kImageTypeCount; ++type)
-        InstallLoadedImage(static_cast<ImageType>(type), std::move(decoded[type]), flipY);
+    {
+        const auto kind = static_cast<ImageType>(type);
+        if (!measured[type])
+        {
+            InstallLoadedImage(kind, std::move(decoded[type]), flipY);
+            continue;
+        }
+        LoadDefaultImage(kind);
+        if (kind == ImageType::Palette)
+            images[type]->SetVerticalWrap(false);
+        sizedOnly.set(kind);
+        memberSizes[type] = *measured[type];
+        ComputeBestDimensions();
+    }
+}
+
+std::pair<int, int> ImageProcessor::GetMemberSize(ImageType type) const
+{
+    if (IsLoaded(type) && GetImage(type) != nullptr)
+        return {GetImage(type)->GetWidth(), GetImage(type)->GetHeight()};
+    return IsSizedOnly(type) ? memberSizes[type] : std::pair<int, int>{0, 0};
+}
+
+void ImageProcessor::ReleaseImage(ImageType type)
+{
+    if (!IsLoaded(type) || GetImage(type) == nullptr)
+        return;
+    memberSizes[type] = GetMemberSize(type);
+    sizedOnly.set(type);
+    images[type].reset();
+    loadedTypes.reset(type);
 }
 
 void ImageProcessor::InstallLoadedImage(ImageType type, std::unique_ptr<Image> image, bool flipY)
 {
+    sizedOnly.reset(type);
     images[type] = std::move(image);
     loadedTypes.set(type);
     if (!images[type]->HasPlanes())
@@ -142,10 +201,9 @@ void ImageProcessor::ComputeBestDimensions()
     for (const ImageType type :
          {ImageType::Normal, ImageType::Left, ImageType::Right, ImageType::Depth, ImageType::AO})
     {
-        if (IsLoaded(type) && GetImage(type) != nullptr)
+        if ((IsLoaded(type) && GetImage(type) != nullptr) || IsSizedOnly(type))
         {
-            width = GetImage(type)->GetWidth();
-            height = GetImage(type)->GetHeight();
+            std::tie(width, height) = GetMemberSize(type);
             return;
         }
     }
@@ -193,10 +251,9 @@ void ImageProcessor::InitialiseMemory()
         normals.emplace_back(size);
         depths.emplace_back(size);
     }
-    ZeroedArray<Vector2D> anisotropy(static_cast<std::size_t>(width) * height);
     normalArrays = std::move(normals);
     depthArrays = std::move(depths);
-    anisotropyArray = std::move(anisotropy);
+    anisotropyArray = ZeroedArray<Vector2D>();
     memoryInitialised = true;
     allocatedMipCount = mipCount;
 }
@@ -214,6 +271,22 @@ void ImageProcessor::ClearMemory()
     depthArrays.clear();
     memoryInitialised = false;
     allocatedMipCount = 0;
+}
+
+void ImageProcessor::ReleaseWorkingArrays()
+{
+    anisotropyArray = ZeroedArray<Vector2D>();
+    normalArrays.clear();
+    depthArrays.clear();
+    memoryInitialised = false;
+    allocatedMipCount = 0;
+}
+
+Vector2D* ImageProcessor::GetAnisotropyArray()
+{
+    if (anisotropyArray.empty() && memoryInitialised && width > 0 && height > 0)
+        anisotropyArray = ZeroedArray<Vector2D>(static_cast<std::size_t>(width) * height);
+    return anisotropyArray.empty() ? nullptr : anisotropyArray.data();
 }
 
 Vector3D* ImageProcessor::GetNormalArray(int level)

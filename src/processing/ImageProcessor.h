@@ -45,6 +45,19 @@ public:
     void LoadImageByName(ImageType type, std::string filename, bool flipY);
     // LoadImageByName for all 18 kinds, in kind order, with the files decoded in parallel.
     void LoadImageSetByName(const std::array<std::string, kImageTypeCount>& filenames, bool flipY);
+    // The same with only the kinds in `decode` decoded. Any other member found on disk is only measured:
+    // its slot gets the placeholder and is not loaded, but its size counts wherever a member's size
+    // decides the working resolution, so the maps come out as if it had been decoded. A member whose
+    // size cannot be read is decoded after all, so that its failure shows as it always does.
+    void LoadImageSetByName(const std::array<std::string, kImageTypeCount>& filenames, bool flipY,
+                            const std::bitset<kImageTypeCount>& decode);
+    // True for a member known by its size alone: left undecoded, or released.
+    bool IsSizedOnly(ImageType type) const { return sizedOnly.test(type); }
+    // The size of a loaded image or of a member known by its size alone; (0, 0) for anything else.
+    std::pair<int, int> GetMemberSize(ImageType type) const;
+    // Gives up a loaded image's pixels for good, keeping its size as above, for a run that has no
+    // further use for them.
+    void ReleaseImage(ImageType type);
     void LoadDefaultImage(ImageType type);
     bool SufficientLightingProfiles() const;
     // The size of the image a generation of `output` works at: the flow map's for anisotropy, the
@@ -63,6 +76,9 @@ public:
     void InitialiseArrays();
     void InitialiseMemory();
     void ClearMemory();
+    // Frees the working arrays as ClearMemory does, without its log line, for a run that has no further
+    // use for them.
+    void ReleaseWorkingArrays();
     // Size of mip level `level` of the working resolution.
     int MipWidth(int level) const { return width >> level; }
     int MipHeight(int level) const { return height >> level; }
@@ -77,7 +93,8 @@ public:
                    ? depthArrays[static_cast<std::size_t>(level)].size()
                    : 0;
     }
-    Vector2D* GetAnisotropyArray() { return anisotropyArray.empty() ? nullptr : anisotropyArray.data(); }
+    // Made on first use: only the anisotropy generator needs it, and it is as big as two images.
+    Vector2D* GetAnisotropyArray();
 
     // --- Depth editor housekeeping
     DepthEditor* GetDepthEditor() const { return depthEditor.get(); }
@@ -144,6 +161,8 @@ private:
     int allocatedMipCount = 0;
     std::array<std::unique_ptr<Image>, kImageTypeCount> images;
     std::bitset<kImageTypeCount> loadedTypes;
+    std::bitset<kImageTypeCount> sizedOnly;
+    std::array<std::pair<int, int>, kImageTypeCount> memberSizes{};
     std::vector<ZeroedArray<Vector3D>> normalArrays;
     std::vector<ZeroedArray<float>> depthArrays;
     ZeroedArray<Vector2D> anisotropyArray;
