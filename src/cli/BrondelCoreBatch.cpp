@@ -103,6 +103,7 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
     // The run has a processor of its own, logging to standard output, and leaves the loaded sets alone.
     LogOutput batchLog;
     ImageProcessor processor(messageCallback, rootPath, &batchLog);
+    processor.SetPreparesDepthEditor(false);
 
     std::string source;
     try
@@ -239,10 +240,9 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
                 });
                 outputs.Save(processor, ImageType::Depth);
                 outputs.Save(processor, ImageType::NormalDepth);
-                // AO is made from the depth map alone; the arrays and the editor are for interactive work.
+                // AO is made from the depth map alone.
                 Release(processor, {ImageType::Normal, ImageType::NormalDepth});
                 processor.ReleaseWorkingArrays();
-                processor.ClearDepthEditor();
             }
             if (depthMade && aoWanted)
             {

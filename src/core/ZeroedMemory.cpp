@@ -63,9 +63,8 @@ bool Reserve(std::size_t bytes)
 }
 // Fresh pages cost a fault and a clear by the kernel each, many times what clearing memory the process
 // already holds costs. A run makes and drops dozens of sheet-sized buffers of a few sizes, so dropped
-// mappings are kept and handed out again. What is kept counts as resident memory, so the pool is
-// bounded and a block is reused only for a request of at least half its size; the pages beyond the
-// request are given back to the system.
+// mappings are kept and handed out again, cut down or grown to the size asked for. What is kept counts
+// as resident memory, so the pool is bounded.
 constexpr std::size_t kPageBytes = 4096;
 constexpr std::size_t kIdleCeiling = std::size_t{256} << 20;
 
@@ -96,39 +95,60 @@ std::size_t RoundToPages(std::size_t bytes)
     return (bytes + kPageBytes - 1) / kPageBytes * kPageBytes;
 }
 
-// A mapping of at least `bytes`, reused when one fits; sets `stale` to how many leading bytes may hold
-// another buffer's old contents (the rest reads as zero).
+// A mapping of at least `bytes`, made from a kept one where possible; sets `stale` to how many leading
+// bytes may hold another buffer's old contents (the rest reads as zero).
 void* MapBlock(std::size_t bytes, std::size_t& stale)
 {
     const std::size_t length = RoundToPages(bytes);
     BlockPool& pool = Pool();
+    std::unique_lock<std::mutex> lock(pool.mutex);
+    // The smallest kept block that is big enough, else the biggest one, which then grows to fit: its
+    // pages are kept, and only the growth is fresh.
+    auto best = pool.idle.end();
+    for (auto block = pool.idle.begin(); block != pool.idle.end(); ++block)
     {
-        std::lock_guard<std::mutex> lock(pool.mutex);
-        auto best = pool.idle.end();
-        for (auto block = pool.idle.begin(); block != pool.idle.end(); ++block)
-            if (block->mapped >= length && block->mapped / 2 <= length &&
-                (best == pool.idle.end() || block->mapped < best->mapped))
-                best = block;
-        if (best != pool.idle.end())
-        {
-            MappedBlock block = *best;
-            pool.idle.erase(best);
-            pool.idleBytes -= block.resident;
-            if (block.resident > length)
-                madvise(static_cast<char*>(block.memory) + length, block.resident - length, MADV_DONTNEED);
-            stale = std::min(block.resident, length);
-            block.resident = length;
-            pool.live.push_back(block);
-            return block.memory;
-        }
+        const bool fits = block->mapped >= length;
+        const bool bestFits = best != pool.idle.end() && best->mapped >= length;
+        if (best == pool.idle.end() || (fits && (!bestFits || block->mapped < best->mapped)) ||
+            (!fits && !bestFits && block->mapped > best->mapped))
+            best = block;
     }
+    if (best != pool.idle.end())
+    {
+        MappedBlock block = *best;
+        pool.idle.erase(best);
+        pool.idleBytes -= block.resident;
+        lock.unlock();
+        auto* start = static_cast<char*>(block.memory);
+        if (block.mapped < length)
+        {
+            void* grown = mremap(block.memory, block.mapped, length, MREMAP_MAYMOVE);
+            if (grown == MAP_FAILED)
+            {
+                munmap(block.memory, block.mapped);
+                return MapBlock(bytes, stale);
+            }
+            start = static_cast<char*>(grown);
+            madvise(start + block.mapped, length - block.mapped, MADV_HUGEPAGE);
+            block.memory = grown;
+            block.mapped = length;
+        }
+        else if (block.resident > length)
+            madvise(start + length, block.resident - length, MADV_DONTNEED);
+        stale = std::min(block.resident, length);
+        block.resident = length;
+        lock.lock();
+        pool.live.push_back(block);
+        return block.memory;
+    }
+    lock.unlock();
     void* memory = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED)
         return nullptr;
     // Only advice: where huge pages are unavailable the mapping simply keeps ordinary pages.
     madvise(memory, length, MADV_HUGEPAGE);
     stale = 0;
-    std::lock_guard<std::mutex> lock(pool.mutex);
+    lock.lock();
     pool.live.push_back({memory, length, length});
     return memory;
 }

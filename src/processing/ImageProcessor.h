@@ -102,6 +102,9 @@ public:
     void ClearDepthEditor();
     void CreateEmptyDepthMapIfNeeded();
     void InitialiseDepthEditor();
+    // Whether the generators prepare a depth editor for the new depth map; a run without an artist at
+    // it has no use for one, which at sheet size is hundreds of megabytes.
+    void SetPreparesDepthEditor(bool prepares) { preparesDepthEditor = prepares; }
     void MarkDepthEdited() { depthEditorActive = 1; }
     bool HasDepthBeenEdited() const { return depthEditorActive != 0; }
 
@@ -175,6 +178,7 @@ private:
     float depthRange = 1.0f;
     MessageCallback messageCallback;
     int depthEditorActive = 0;
+    bool preparesDepthEditor = true;
 
     // The generation under way, if any: where discarded state goes, and whom to tell about progress.
     Transaction* transaction = nullptr;

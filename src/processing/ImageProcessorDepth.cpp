@@ -83,7 +83,8 @@ void ImageProcessor::GenerateDepthMapFromNormals(int refinementSteps, bool respe
     }
     normalDepth->MarkChanged();
     SetImage(normalDepth.release(), ImageType::NormalDepth);
-    InitialiseDepthEditor();
+    if (preparesDepthEditor)
+        InitialiseDepthEditor();
     token.Report(100);
     work.Commit();
 }
