@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <bitset>
 #include <fstream>
 
 namespace {
@@ -123,4 +125,65 @@ TEST(ImageProcessor, LoadedNormalMapsFillTheNormalPyramid)
     EXPECT_EQ(messages, (Messages{{"Error! Couldn't find one of the default (blank) textures.",
                                    "Default map not found!"}}));
     EXPECT_FALSE(lost.IsLoaded(ImageType::Diffuse));
+}
+
+// A member left undecoded still sets the working size, so the maps made from the decoded ones come out
+// exactly as after a full load; releasing an image keeps its size the same way.
+TEST(ImageProcessor, MeasuredMembersCountLikeDecodedOnes)
+{
+    TempFolder folder;
+    WriteProfiles(folder.File("Head"), 12);
+    // A normal map left by an earlier run at another size decides the working size of the next one.
+    Save(*MakeFlat(8, 6, 0.5f), folder.File("Head_Normal.png"));
+    Save(*MakeGrey(12, 12, [](int x, int y) { return (x + y) / 24.0f; }), folder.File("Head_Depth.png"));
+    std::ofstream(folder.File("Head_Emissive.png")) << "not an image";
+
+    const SuffixSet suffixes;
+    const ImageSet set(folder.File("Head_Left.png"), suffixes, true);
+    std::array<std::string, kImageTypeCount> names;
+    for (int type = 0; type < kImageTypeCount; ++type)
+        names[type] = set.GetFilenameOfType(ImageType(type), suffixes);
+    std::bitset<kImageTypeCount> profiles;
+    for (const ImageType type : {ImageType::Top, ImageType::Bottom, ImageType::Left, ImageType::Right,
+                                 ImageType::Front, ImageType::Diffuse})
+        profiles.set(type);
+
+    ProcessorFixture full;
+    ProcessorFixture partial;
+    full.processor.LoadImageSetByName(names, false);
+    partial.processor.LoadImageSetByName(names, false, profiles);
+    EXPECT_TRUE(partial.processor.IsSizedOnly(ImageType::Normal) &&
+                !partial.processor.IsLoaded(ImageType::Normal));
+    EXPECT_TRUE(partial.processor.IsSizedOnly(ImageType::Depth));
+    // Its header cannot be read, so it was decoded after all and failed as a missing member does.
+    EXPECT_FALSE(partial.processor.IsSizedOnly(ImageType::Emissive) ||
+                 partial.processor.IsLoaded(ImageType::Emissive));
+    EXPECT_FALSE(partial.processor.IsMemoryInitialised()) << "the normal map's pixels were not read";
+    EXPECT_EQ(partial.processor.GetMemberSize(ImageType::Normal), (std::pair<int, int>{8, 6}));
+    EXPECT_EQ(partial.processor.GetWidth(), 8);
+    EXPECT_EQ(partial.processor.GetHeight(), 6);
+
+    for (ProcessorFixture* f : {&full, &partial})
+    {
+        f->processor.GenerateNormals(1.0f, 0.0f, 0.0f, true, false);
+        f->processor.GenerateDepthMapFromNormals(20, false, 0.5f);
+    }
+    for (const ImageType type :
+         {ImageType::Normal, ImageType::NormalOpacity, ImageType::Depth, ImageType::NormalDepth})
+        EXPECT_TRUE(SameBytes(*full.processor.GetImage(type), *partial.processor.GetImage(type))) << type;
+
+    partial.processor.ReleaseImage(ImageType::Normal);
+    partial.processor.ReleaseImage(ImageType::Left);
+    partial.processor.ReleaseImage(ImageType::Silhouette); // absent: nothing to release
+    EXPECT_EQ(partial.processor.GetImage(ImageType::Normal), nullptr);
+    EXPECT_FALSE(partial.processor.IsLoaded(ImageType::Left));
+    EXPECT_FALSE(partial.processor.IsSizedOnly(ImageType::Silhouette));
+    EXPECT_EQ(partial.processor.GetMemberSize(ImageType::Left), (std::pair<int, int>{12, 12}));
+    partial.processor.ComputeBestDimensions();
+    EXPECT_EQ(partial.processor.GetWidth(), 8) << "the released normal map still decides";
+    // A map made again replaces what was only measured.
+    partial.processor.SetImage(new Image(4, 4), ImageType::Normal);
+    EXPECT_FALSE(partial.processor.IsSizedOnly(ImageType::Normal));
+    partial.processor.ComputeBestDimensions();
+    EXPECT_EQ(partial.processor.GetWidth(), 4);
 }
