@@ -1,0 +1,728 @@
+#include "core/PngReader.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QImageReader>
+
+#include <isa-l/crc.h>
+#include <isa-l/igzip_lib.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace {
+constexpr std::uint8_t kSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+
+// The general reader refuses sides above a million pixels; larger files are left to it.
+constexpr std::uint32_t kLargestSide = 1000000;
+// It also refuses chunks other than image data above a few megabytes. Real files carry a profile or
+// some text of a few kilobytes; bigger ones are left to it rather than tracking its exact limit.
+constexpr std::uint32_t kLargestOtherChunk = 1u << 20;
+// The file is read through one buffer of this size, and the image data is inflated into bands of rows
+// of about this size: small enough to stay in the cache between inflating and unfiltering.
+constexpr std::size_t kReadBytes = 1u << 20;
+constexpr std::size_t kBandBytes = 256u << 10;
+
+constexpr std::uint32_t Tag(const char (&name)[5])
+{
+    return static_cast<std::uint32_t>(static_cast<std::uint8_t>(name[0])) << 24 |
+           static_cast<std::uint32_t>(static_cast<std::uint8_t>(name[1])) << 16 |
+           static_cast<std::uint32_t>(static_cast<std::uint8_t>(name[2])) << 8 |
+           static_cast<std::uint32_t>(static_cast<std::uint8_t>(name[3]));
+}
+
+std::uint32_t BigEndian32(const std::uint8_t* p)
+{
+    return static_cast<std::uint32_t>(p[0]) << 24 | static_cast<std::uint32_t>(p[1]) << 16 |
+           static_cast<std::uint32_t>(p[2]) << 8 | static_cast<std::uint32_t>(p[3]);
+}
+
+// The chunk checksum is the gzip one, which ISA-L computes many bytes at a time.
+std::uint32_t Crc(std::uint32_t crc, const std::uint8_t* data, std::size_t size)
+{
+    return crc32_gzip_refl(crc, data, size);
+}
+
+bool IsLetter(std::uint8_t c)
+{
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+
+// The file, read front to back in large pieces through one buffer.
+class FileBytes
+{
+public:
+    FileBytes(QFile& source, std::size_t bufferBytes) : file(source), buffer(bufferBytes) {}
+
+    // Makes at least `count` bytes (at most the buffer's size) available at Data(); false when the
+    // file ends or fails first.
+    bool Fill(std::size_t count)
+    {
+        if (end - begin >= count)
+            return true;
+        std::memmove(buffer.data(), buffer.data() + begin, end - begin);
+        end -= begin;
+        begin = 0;
+        while (end < count)
+        {
+            const qint64 got = file.read(reinterpret_cast<char*>(buffer.data() + end),
+                                         static_cast<qint64>(buffer.size() - end));
+            if (got <= 0)
+                return false;
+            end += static_cast<std::size_t>(got);
+        }
+        return true;
+    }
+    const std::uint8_t* Data() const { return buffer.data() + begin; }
+    std::size_t Available() const { return end - begin; }
+    void Consume(std::size_t count) { begin += count; }
+    bool AtEnd() { return !Fill(1); }
+
+private:
+    QFile& file;
+    std::vector<std::uint8_t> buffer;
+    std::size_t begin = 0;
+    std::size_t end = 0;
+};
+
+struct ChunkHeader
+{
+    std::uint32_t length = 0;
+    std::uint32_t type = 0;
+    std::uint32_t crc = 0; // running checksum, over the type so far
+};
+
+bool ReadChunkHeader(FileBytes& in, ChunkHeader& chunk)
+{
+    if (!in.Fill(8))
+        return false;
+    const std::uint8_t* p = in.Data();
+    chunk.length = BigEndian32(p);
+    chunk.type = BigEndian32(p + 4);
+    chunk.crc = Crc(0, p + 4, 4);
+    in.Consume(8);
+    return chunk.length <= 0x7FFFFFFFu && IsLetter(p[4]) && IsLetter(p[5]) && IsLetter(p[6]) &&
+           IsLetter(p[7]);
+}
+
+// Passes the chunk's data to `piece` as it arrives, then checks the stored checksum.
+template <typename Piece> bool ReadChunkData(FileBytes& in, ChunkHeader& chunk, Piece&& piece)
+{
+    std::uint32_t left = chunk.length;
+    while (left > 0)
+    {
+        if (!in.Fill(1))
+            return false;
+        const std::size_t size = std::min<std::size_t>(left, in.Available());
+        chunk.crc = Crc(chunk.crc, in.Data(), size);
+        if (!piece(in.Data(), size))
+            return false;
+        in.Consume(size);
+        left -= static_cast<std::uint32_t>(size);
+    }
+    if (!in.Fill(4))
+        return false;
+    const bool intact = BigEndian32(in.Data()) == chunk.crc;
+    in.Consume(4);
+    return intact;
+}
+
+enum ColourType
+{
+    kGrey = 0,
+    kRgb = 2,
+    kPalette = 3,
+    kGreyAlpha = 4,
+    kRgba = 6,
+};
+
+struct Header
+{
+    int width = 0;
+    int height = 0;
+    int depth = 0;
+    int colourType = 0;
+    int channels = 0;
+    std::size_t rowBytes = 0;    // filtered bytes of a row, without its filter type
+    int filterStep = 0;          // bytes between a byte and the one its filter refers to
+    std::uint32_t idatLimit = 0; // the largest image data chunk the general reader accepts
+};
+
+// Fills the header from the IHDR data; false for layouts left to the general reader.
+bool ParseHeader(const std::uint8_t* p, Header& header)
+{
+    const std::uint32_t width = BigEndian32(p);
+    const std::uint32_t height = BigEndian32(p + 4);
+    const int depth = p[8];
+    const int colourType = p[9];
+    if (width == 0 || height == 0 || width > kLargestSide || height > kLargestSide)
+        return false;
+    if (p[10] != 0 || p[11] != 0 || p[12] != 0) // compression, filter method, interlacing
+        return false;
+    int channels = 0;
+    switch (colourType)
+    {
+    case kGrey:
+        channels = 1;
+        break;
+    case kRgb:
+        channels = 3;
+        break;
+    case kGreyAlpha:
+        channels = 2;
+        break;
+    case kRgba:
+        channels = 4;
+        break;
+    case kPalette:
+        channels = 1;
+        if (depth != 1 && depth != 2 && depth != 4 && depth != 8)
+            return false;
+        break;
+    default:
+        return false;
+    }
+    if (colourType != kPalette && depth != 8)
+        return false;
+    // The general reader asks for a 32-bit image (or a smaller one) against its allocation limit.
+    const int limitMiB = QImageReader::allocationLimit();
+    const std::uint64_t biggest = 4ull * width * height;
+    if (limitMiB > 0 && biggest > static_cast<std::uint64_t>(limitMiB) << 20)
+        return false;
+
+    header.width = static_cast<int>(width);
+    header.height = static_cast<int>(height);
+    header.depth = depth;
+    header.colourType = colourType;
+    header.channels = channels;
+    header.rowBytes = (static_cast<std::size_t>(width) * channels * depth + 7) / 8;
+    header.filterStep = std::max(1, channels * depth / 8);
+
+    // The general reader's bound on one image data chunk: the unfiltered size plus deflate's overhead.
+    std::uint64_t rowFactor = static_cast<std::uint64_t>(width) * channels + 1;
+    std::uint64_t limit = height * rowFactor;
+    rowFactor = std::min<std::uint64_t>(rowFactor, 32566);
+    limit += 6 + 5 * (limit / rowFactor + 1);
+    header.idatLimit = static_cast<std::uint32_t>(std::min<std::uint64_t>(limit, 0x7FFFFFFFu));
+    return true;
+}
+
+// --- unfiltering
+
+// The Paeth predictor, without branches: the neighbour among a (left), b (above) and c (above left)
+// closest to a + b - c, ties going to a, then b.
+inline int PaethPredict(int a, int b, int c)
+{
+    const int toA = b - c;
+    const int toB = a - c;
+    const int pa = toA < 0 ? -toA : toA;
+    const int pb = toB < 0 ? -toB : toB;
+    const int pc = toA + toB < 0 ? -(toA + toB) : toA + toB;
+    const int nearer = pb < pa ? b : a;
+    return pc < std::min(pa, pb) ? c : nearer;
+}
+
+template <int Step>
+void PaethScalar(const std::uint8_t* __restrict src, const std::uint8_t* __restrict prev,
+                 std::uint8_t* __restrict dst, std::size_t from, std::size_t n)
+{
+    for (std::size_t i = from; i < n; ++i)
+    {
+        const int a = i >= Step ? dst[i - Step] : 0;
+        const int c = i >= Step ? prev[i - Step] : 0;
+        dst[i] = static_cast<std::uint8_t>(src[i] + PaethPredict(a, prev[i], c));
+    }
+}
+
+#if defined(__SSE2__)
+inline __m128i LoadPixel(const std::uint8_t* p)
+{
+    std::int32_t v;
+    std::memcpy(&v, p, 4);
+    return _mm_unpacklo_epi8(_mm_cvtsi32_si128(v), _mm_setzero_si128());
+}
+
+inline __m128i Abs16(__m128i v)
+{
+    return _mm_max_epi16(v, _mm_sub_epi16(_mm_setzero_si128(), v));
+}
+
+inline __m128i Select(__m128i mask, __m128i ifSet, __m128i otherwise)
+{
+    return _mm_or_si128(_mm_and_si128(mask, ifSet), _mm_andnot_si128(mask, otherwise));
+}
+
+// Paeth for 3 and 4 bytes a pixel: each pixel depends on the one before, so the work runs across the
+// channels of a pixel instead, in 16-bit lanes where a + b - c cannot overflow. A 3-byte pixel is read
+// as 4 bytes, so the last pixel, whose fourth byte lies past the row, is left to the scalar loop.
+template <int Step>
+void PaethPixels(const std::uint8_t* src, const std::uint8_t* prev, std::uint8_t* dst, std::size_t n)
+{
+    const std::size_t vectorEnd = Step == 4 ? n : (n >= Step ? n - Step : 0);
+    const __m128i low = _mm_set1_epi16(0xFF);
+    __m128i a = _mm_setzero_si128();
+    __m128i c = _mm_setzero_si128();
+    std::size_t i = 0;
+    for (; i < vectorEnd; i += Step)
+    {
+        const __m128i b = LoadPixel(prev + i);
+        const __m128i x = LoadPixel(src + i);
+        const __m128i toA = _mm_sub_epi16(b, c);
+        const __m128i toB = _mm_sub_epi16(a, c);
+        const __m128i pa = Abs16(toA);
+        const __m128i pb = Abs16(toB);
+        const __m128i pc = Abs16(_mm_add_epi16(toA, toB));
+        const __m128i nearer = Select(_mm_cmplt_epi16(pb, pa), b, a);
+        const __m128i predicted = Select(_mm_cmplt_epi16(pc, _mm_min_epi16(pa, pb)), c, nearer);
+        a = _mm_and_si128(_mm_add_epi16(x, predicted), low);
+        const std::int32_t bytes = _mm_cvtsi128_si32(_mm_packus_epi16(a, a));
+        std::memcpy(dst + i, &bytes, Step);
+        c = b;
+    }
+    PaethScalar<Step>(src, prev, dst, i, n);
+}
+#endif
+
+template <int Step>
+void Paeth(const std::uint8_t* src, const std::uint8_t* prev, std::uint8_t* dst, std::size_t n)
+{
+#if defined(__SSE2__)
+    if constexpr (Step >= 3)
+    {
+        PaethPixels<Step>(src, prev, dst, n);
+        return;
+    }
+#endif
+    PaethScalar<Step>(src, prev, dst, 0, n);
+}
+
+// Undoes one row's filter. `prev` is the row above after unfiltering (zeros above the first row);
+// `dst` may not overlap either input.
+template <int Step>
+void UnfilterRow(int filter, const std::uint8_t* __restrict src, const std::uint8_t* __restrict prev,
+                 std::uint8_t* __restrict dst, std::size_t n)
+{
+    const std::size_t lead = std::min<std::size_t>(Step, n);
+    switch (filter)
+    {
+    case 0:
+        std::memcpy(dst, src, n);
+        break;
+    case 1:
+        std::memcpy(dst, src, lead);
+        for (std::size_t i = Step; i < n; ++i)
+            dst[i] = static_cast<std::uint8_t>(src[i] + dst[i - Step]);
+        break;
+    case 2:
+        for (std::size_t i = 0; i < n; ++i)
+            dst[i] = static_cast<std::uint8_t>(src[i] + prev[i]);
+        break;
+    case 3:
+        for (std::size_t i = 0; i < lead; ++i)
+            dst[i] = static_cast<std::uint8_t>(src[i] + (prev[i] >> 1));
+        for (std::size_t i = Step; i < n; ++i)
+            dst[i] = static_cast<std::uint8_t>(src[i] + ((dst[i - Step] + prev[i]) >> 1));
+        break;
+    default:
+        Paeth<Step>(src, prev, dst, n);
+        break;
+    }
+}
+
+void Unfilter(int step, int filter, const std::uint8_t* src, const std::uint8_t* prev, std::uint8_t* dst,
+              std::size_t n)
+{
+    switch (step)
+    {
+    case 1:
+        UnfilterRow<1>(filter, src, prev, dst, n);
+        break;
+    case 2:
+        UnfilterRow<2>(filter, src, prev, dst, n);
+        break;
+    case 3:
+        UnfilterRow<3>(filter, src, prev, dst, n);
+        break;
+    default:
+        UnfilterRow<4>(filter, src, prev, dst, n);
+        break;
+    }
+}
+
+// --- rows into planes
+
+// Unfilters rows in order and writes their pixels into the planes.
+class RowWriter
+{
+public:
+    RowWriter(const Header& format, const PlaneView<std::uint8_t>& colourPlane,
+              const PlaneView<std::uint8_t>& alphaPlane)
+        : header(format), colour(colourPlane), alpha(alphaPlane), zeros(format.rowBytes + 4, 0),
+          previous(format.rowBytes + 4, 0), current(format.rowBytes + 4, 0)
+    {}
+
+    void SetPalette(const std::uint8_t* rgb, int count, const std::uint8_t* transparency, int transparent)
+    {
+        paletteSize = count;
+        for (int i = 0; i < count; ++i)
+        {
+            std::memcpy(paletteRgb.data() + 3 * i, rgb + 3 * i, 3);
+            paletteAlpha[i] = i < transparent ? transparency[i] : 255;
+        }
+    }
+
+    // One row as inflated: its filter type, then its filtered bytes. False for an unknown filter.
+    bool Write(int y, const std::uint8_t* row)
+    {
+        const int filter = row[0];
+        if (filter > 4)
+            return false;
+        const std::uint8_t* src = row + 1;
+        const std::size_t n = header.rowBytes;
+        const int width = header.width;
+        std::uint8_t* rgb = colour.Row(y);
+        std::uint8_t* a = alpha.Row(y);
+        if (header.colourType == kRgb)
+        {
+            // The colour plane holds the rows exactly as unfiltered, so they go there directly.
+            UnfilterRow<3>(filter, src, y > 0 ? colour.Row(y - 1) : zeros.data(), rgb, n);
+            std::memset(a, 255, static_cast<std::size_t>(width));
+            return true;
+        }
+        Unfilter(header.filterStep, filter, src, previous.data(), current.data(), n);
+        const std::uint8_t* raw = current.data();
+        switch (header.colourType)
+        {
+        case kRgba:
+            for (int x = 0; x < width; ++x)
+            {
+                rgb[3 * x] = raw[4 * x];
+                rgb[3 * x + 1] = raw[4 * x + 1];
+                rgb[3 * x + 2] = raw[4 * x + 2];
+                a[x] = raw[4 * x + 3];
+            }
+            break;
+        case kGrey:
+            for (int x = 0; x < width; ++x)
+                rgb[3 * x] = rgb[3 * x + 1] = rgb[3 * x + 2] = raw[x];
+            std::memset(a, 255, static_cast<std::size_t>(width));
+            break;
+        case kGreyAlpha:
+            for (int x = 0; x < width; ++x)
+            {
+                rgb[3 * x] = rgb[3 * x + 1] = rgb[3 * x + 2] = raw[2 * x];
+                a[x] = raw[2 * x + 1];
+            }
+            break;
+        default:
+            WritePaletteRow(raw, rgb, a);
+            break;
+        }
+        previous.swap(current);
+        return true;
+    }
+
+    // True when no pixel named an entry beyond the palette.
+    bool IndicesInPalette() const { return header.colourType != kPalette || largestIndex < paletteSize; }
+
+private:
+    void WritePaletteRow(const std::uint8_t* raw, std::uint8_t* rgb, std::uint8_t* a)
+    {
+        const int depth = header.depth;
+        const int perByte = 8 / depth;
+        const int mask = (1 << depth) - 1;
+        int largest = 0;
+        for (int x = 0; x < header.width; ++x)
+        {
+            // Pixels are packed from the most significant bits down.
+            const int shift = 8 - depth * (x % perByte + 1);
+            const int index = (raw[x / perByte] >> shift) & mask;
+            largest = std::max(largest, index);
+            std::memcpy(rgb + 3 * x, paletteRgb.data() + 3 * index, 3);
+            a[x] = paletteAlpha[index];
+        }
+        largestIndex = std::max(largestIndex, largest);
+    }
+
+    const Header& header;
+    PlaneView<std::uint8_t> colour;
+    PlaneView<std::uint8_t> alpha;
+    // Rows carry 4 spare bytes so a pixel can be read as one 32-bit word at the end of a row.
+    std::vector<std::uint8_t> zeros;
+    std::vector<std::uint8_t> previous;
+    std::vector<std::uint8_t> current;
+    std::array<std::uint8_t, 256 * 3> paletteRgb{};
+    std::array<std::uint8_t, 256> paletteAlpha{};
+    int paletteSize = 0;
+    int largestIndex = 0;
+};
+
+// --- inflating
+
+// Inflates the zlib stream split over the image data chunks into bands of whole rows and hands each
+// band to the row writer as soon as it is full.
+class RowInflater
+{
+public:
+    RowInflater(const Header& format, RowWriter& rows)
+        : header(format), writer(rows), stride(format.rowBytes + 1),
+          bandRows(static_cast<int>(std::max<std::size_t>(1, kBandBytes / stride))),
+          band(stride * static_cast<std::size_t>(std::min(bandRows, format.height))),
+          state(std::make_unique<inflate_state>())
+    {
+        isal_inflate_init(state.get());
+        state->crc_flag = ISAL_ZLIB;
+    }
+
+    // Inflates the next piece of the stream; false when the data is damaged or does not fit the image.
+    bool Feed(const std::uint8_t* data, std::size_t size)
+    {
+        if (size > 0 && finished)
+            return false; // compressed data after the end of the stream
+        RememberStreamHeader(data, size);
+        state->next_in = const_cast<std::uint8_t*>(data);
+        state->avail_in = static_cast<std::uint32_t>(size);
+        for (;;)
+        {
+            if (rowsDone == header.height)
+                return FeedPastLastRow();
+            const int rows = std::min(bandRows, header.height - rowsDone);
+            const std::size_t wanted = stride * static_cast<std::size_t>(rows);
+            state->next_out = band.data() + filled;
+            state->avail_out = static_cast<std::uint32_t>(wanted - filled);
+            const std::uint32_t space = state->avail_out;
+            if (isal_inflate(state.get()) != ISAL_DECOMP_OK)
+                return false;
+            filled += space - state->avail_out;
+            if (filled == wanted)
+            {
+                for (int r = 0; r < rows; ++r)
+                    if (!writer.Write(rowsDone + r, band.data() + stride * r))
+                        return false;
+                rowsDone += rows;
+                filled = 0;
+                continue;
+            }
+            if (state->block_state == ISAL_BLOCK_FINISH)
+                return false; // the stream ended before the image did
+            if (state->avail_in == 0)
+                return true;
+            if (space == state->avail_out)
+                return false; // no progress with input and room left: never expected
+        }
+    }
+
+    // True when every row has arrived and the stream ended, its checksum matching, with nothing after.
+    bool Complete() const
+    {
+        if (!finished || rowsDone != header.height)
+            return false;
+        // zlib's header: deflate, no preset dictionary, a valid check value. A window smaller than
+        // 32 KiB is honoured by zlib and not by ISA-L, so it is accepted only when the whole image fits
+        // in it and no distance could reach past it.
+        const int method = streamHeader[0] & 0x0F;
+        const int windowBits = (streamHeader[0] >> 4) + 8;
+        if (method != 8 || windowBits > 15 || (streamHeader[1] & 0x20) != 0 ||
+            (streamHeader[0] * 256 + streamHeader[1]) % 31 != 0)
+            return false;
+        const std::uint64_t total = static_cast<std::uint64_t>(stride) * header.height;
+        return windowBits == 15 || total <= (1ull << windowBits);
+    }
+
+private:
+    // After the last row only the end of the stream may follow: a final block marker and the checksum.
+    bool FeedPastLastRow()
+    {
+        while (!finished)
+        {
+            std::uint8_t spare[16];
+            state->next_out = spare;
+            state->avail_out = sizeof spare;
+            if (isal_inflate(state.get()) != ISAL_DECOMP_OK || state->avail_out != sizeof spare)
+                return false;
+            finished = state->block_state == ISAL_BLOCK_FINISH;
+            if (!finished && state->avail_in == 0)
+                return true;
+            if (!finished)
+                return false; // input left and no progress
+        }
+        return state->avail_in == 0;
+    }
+
+    void RememberStreamHeader(const std::uint8_t* data, std::size_t size)
+    {
+        for (std::size_t i = 0; i < size && headerBytes < 2; ++i)
+            streamHeader[headerBytes++] = data[i];
+    }
+
+    const Header& header;
+    RowWriter& writer;
+    const std::size_t stride;
+    const int bandRows;
+    std::vector<std::uint8_t> band;
+    std::unique_ptr<inflate_state> state;
+    std::size_t filled = 0;
+    int rowsDone = 0;
+    bool finished = false;
+    std::uint8_t streamHeader[2] = {0, 0};
+    int headerBytes = 0;
+};
+
+bool HasPngSuffix(const QString& path)
+{
+    return QFileInfo(path).suffix().compare(QLatin1String("png"), Qt::CaseInsensitive) == 0;
+}
+
+// Reads the signature and the header chunk.
+bool ReadSignatureAndHeader(FileBytes& in, std::uint8_t (&fields)[13])
+{
+    if (!in.Fill(8) || std::memcmp(in.Data(), kSignature, 8) != 0)
+        return false;
+    in.Consume(8);
+    ChunkHeader chunk;
+    if (!ReadChunkHeader(in, chunk) || chunk.type != Tag("IHDR") || chunk.length != 13)
+        return false;
+    std::size_t at = 0;
+    return ReadChunkData(in, chunk, [&](const std::uint8_t* data, std::size_t size) {
+        std::memcpy(fields + at, data, size);
+        at += size;
+        return true;
+    });
+}
+
+PngReadResult Decode(QFile& file, const PngPlaneRequest& request)
+{
+    FileBytes in(file, kReadBytes);
+    std::uint8_t fields[13];
+    Header header;
+    if (!ReadSignatureAndHeader(in, fields) || !ParseHeader(fields, header))
+        return PngReadResult::NotHandled;
+    const bool indexed = header.colourType == kPalette;
+
+    // Chunks before the image data: the palette and its transparency matter, other ancillary chunks
+    // (gamma, colour profiles, text, resolution) do not change the pixels the general reader gives.
+    std::vector<std::uint8_t> palette;
+    std::vector<std::uint8_t> transparency;
+    bool hasPalette = false;
+    bool hasTransparency = false;
+    ChunkHeader chunk;
+    const auto collect = [](std::vector<std::uint8_t>& into) {
+        return [&into](const std::uint8_t* data, std::size_t size) {
+            into.insert(into.end(), data, data + size);
+            return true;
+        };
+    };
+    const auto skip = [](const std::uint8_t*, std::size_t) { return true; };
+    for (;;)
+    {
+        if (!ReadChunkHeader(in, chunk))
+            return PngReadResult::NotHandled;
+        if (chunk.type == Tag("IDAT"))
+            break;
+        if (chunk.type == Tag("PLTE"))
+        {
+            // Only palette images, one palette, before its transparency, no more entries than the
+            // bit depth can name.
+            const std::uint32_t entries = chunk.length / 3;
+            if (!indexed || hasPalette || hasTransparency || chunk.length % 3 != 0 || entries == 0 ||
+                entries > (1u << header.depth) || !ReadChunkData(in, chunk, collect(palette)))
+                return PngReadResult::NotHandled;
+            hasPalette = true;
+        }
+        else if (chunk.type == Tag("tRNS"))
+        {
+            // Grey and RGB colour keys are left to the general reader.
+            if (!indexed || !hasPalette || hasTransparency || chunk.length == 0 ||
+                chunk.length > palette.size() / 3 || !ReadChunkData(in, chunk, collect(transparency)))
+                return PngReadResult::NotHandled;
+            hasTransparency = true;
+        }
+        else if ((chunk.type & 0x20000000u) == 0 || chunk.length > kLargestOtherChunk ||
+                 !ReadChunkData(in, chunk, skip))
+            return PngReadResult::NotHandled; // another critical chunk, or a damaged or huge one
+    }
+    if (indexed && !hasPalette)
+        return PngReadResult::NotHandled;
+
+    PlaneView<std::uint8_t> colour;
+    PlaneView<std::uint8_t> alpha;
+    if (!request(header.width, header.height, colour, alpha) || colour.width != header.width ||
+        colour.height != header.height || alpha.width != header.width || alpha.height != header.height)
+        return PngReadResult::NotHandled;
+    RowWriter writer(header, colour, alpha);
+    if (indexed)
+        writer.SetPalette(palette.data(), static_cast<int>(palette.size() / 3), transparency.data(),
+                          static_cast<int>(transparency.size()));
+
+    // The image data chunks, one after the other; empty ones are allowed anywhere among them.
+    RowInflater inflater(header, writer);
+    const auto inflate = [&inflater](const std::uint8_t* data, std::size_t size) {
+        return inflater.Feed(data, size);
+    };
+    while (chunk.type == Tag("IDAT"))
+    {
+        if (chunk.length > header.idatLimit || !ReadChunkData(in, chunk, inflate) ||
+            !ReadChunkHeader(in, chunk))
+            return PngReadResult::NotHandled;
+    }
+    const std::uint8_t none = 0;
+    if (!inflater.Feed(&none, 0) || !inflater.Complete() || !writer.IndicesInPalette())
+        return PngReadResult::NotHandled;
+
+    // After the image data only ancillary chunks, then the end chunk and the end of the file.
+    while (chunk.type != Tag("IEND"))
+    {
+        if ((chunk.type & 0x20000000u) == 0 || chunk.type == Tag("tRNS") ||
+            chunk.length > kLargestOtherChunk || !ReadChunkData(in, chunk, skip) ||
+            !ReadChunkHeader(in, chunk))
+            return PngReadResult::NotHandled;
+    }
+    if (chunk.length != 0 || !ReadChunkData(in, chunk, skip) || !in.AtEnd())
+        return PngReadResult::NotHandled;
+    return PngReadResult::Decoded;
+}
+} // namespace
+
+PngReadResult ReadPng(const std::string& path, const PngPlaneRequest& planes)
+{
+    const QString name = QString::fromUtf8(path.c_str());
+    // The general reader picks its decoder by suffix first; only files it surely reads as PNG are
+    // taken here.
+    if (!HasPngSuffix(name))
+        return PngReadResult::NotHandled;
+    QFile file(name);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        return PngReadResult::NotHandled;
+    return Decode(file, planes);
+}
+
+QSize ReadPngSize(const std::string& path)
+{
+    QFile file(QString::fromUtf8(path.c_str()));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    FileBytes in(file, 64);
+    std::uint8_t fields[13];
+    if (!ReadSignatureAndHeader(in, fields))
+        return {};
+    const std::uint32_t width = BigEndian32(fields);
+    const std::uint32_t height = BigEndian32(fields + 4);
+    if (width == 0 || height == 0 || width > 0x7FFFFFFFu || height > 0x7FFFFFFFu)
+        return {};
+    return {static_cast<int>(width), static_cast<int>(height)};
+}
+
+QSize ProbeImageSize(const std::string& path)
+{
+    const QSize png = ReadPngSize(path);
+    if (png.isValid())
+        return png;
+    return QImageReader(QString::fromUtf8(path.c_str())).size();
+}

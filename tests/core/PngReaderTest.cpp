@@ -1,0 +1,648 @@
+#include "core/PngReader.h"
+#include "core/Image.h"
+#include "reference/ReferenceImageLoad.h"
+#include "support/TestImages.h"
+
+#include <QColorSpace>
+#include <QImage>
+#include <QImageReader>
+#include <QImageWriter>
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <cstdlib>
+#include <fstream>
+
+// Every file here is read twice: by the fast reader into planes of its own, and the general way
+// (QImage, ARGB32, split). Files the fast reader takes must give the same bytes; files it leaves alone
+// must load through Image exactly as the general way loads them.
+
+namespace {
+// --- a small PNG writer, for layouts and chunk streams ordinary writers do not produce
+
+std::string U32(std::uint32_t v)
+{
+    return {static_cast<char>(v >> 24), static_cast<char>(v >> 16), static_cast<char>(v >> 8),
+            static_cast<char>(v)};
+}
+
+std::string Chunk(const std::string& type, const std::string& data)
+{
+    const std::string body = type + data;
+    const uLong crc = crc32(0L, reinterpret_cast<const Bytef*>(body.data()), static_cast<uInt>(body.size()));
+    return U32(static_cast<std::uint32_t>(data.size())) + body + U32(static_cast<std::uint32_t>(crc));
+}
+
+std::string Deflate(const std::string& raw, int windowBits = 15)
+{
+    z_stream z{};
+    deflateInit2(&z, 6, Z_DEFLATED, windowBits, 8, Z_DEFAULT_STRATEGY);
+    std::string out(deflateBound(&z, raw.size()), '\0');
+    z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(raw.data()));
+    z.avail_in = static_cast<uInt>(raw.size());
+    z.next_out = reinterpret_cast<Bytef*>(out.data());
+    z.avail_out = static_cast<uInt>(out.size());
+    deflate(&z, Z_FINISH);
+    out.resize(z.total_out);
+    deflateEnd(&z);
+    return out;
+}
+
+// Deterministic bytes that compress poorly, so rows take every filter's arithmetic through its range.
+struct Noise
+{
+    std::uint32_t state;
+    std::uint8_t Next()
+    {
+        state = state * 1664525u + 1013904223u;
+        return static_cast<std::uint8_t>(state >> 24);
+    }
+};
+
+int ValueOf(char c)
+{
+    return static_cast<unsigned char>(c);
+}
+
+int TextbookPaeth(int a, int b, int c)
+{
+    const int p = a + b - c;
+    const int pa = std::abs(p - a), pb = std::abs(p - b), pc = std::abs(p - c);
+    if (pa <= pb && pa <= pc)
+        return a;
+    return pb <= pc ? b : c;
+}
+
+std::string FilterRow(int filter, const std::string& row, const std::string& above, std::size_t step)
+{
+    std::string out(1, static_cast<char>(filter));
+    for (std::size_t i = 0; i < row.size(); ++i)
+    {
+        const int a = i >= step ? ValueOf(row[i - step]) : 0;
+        const int b = ValueOf(above[i]);
+        const int c = i >= step ? ValueOf(above[i - step]) : 0;
+        const int predicted = filter == 1   ? a
+                              : filter == 2 ? b
+                              : filter == 3 ? (a + b) / 2
+                              : filter == 4 ? TextbookPaeth(a, b, c)
+                                            : 0;
+        out += static_cast<char>(ValueOf(row[i]) - predicted);
+    }
+    return out;
+}
+
+struct PngSpec
+{
+    int width = 1;
+    int height = 1;
+    int depth = 8;
+    int colourType = 2;
+    std::vector<std::string> rows;      // unfiltered bytes of each row
+    int filterShift = 0;                // row y uses filter (y + filterShift) % 5
+    std::string palette;                // PLTE data
+    std::string transparency;           // tRNS data
+    std::string head;                   // framed chunks after the header
+    std::string tail;                   // framed chunks after the image data
+    std::vector<std::size_t> idatSizes; // sizes of the first image data chunks; the rest goes in one
+    int windowBits = 15;
+};
+
+std::size_t Channels(int colourType)
+{
+    return colourType == 2 ? 3 : colourType == 4 ? 2 : colourType == 6 ? 4 : 1;
+}
+
+std::string Header(const PngSpec& spec, int interlace = 0)
+{
+    return Chunk("IHDR", U32(static_cast<std::uint32_t>(spec.width)) +
+                             U32(static_cast<std::uint32_t>(spec.height)) +
+                             std::string{static_cast<char>(spec.depth), static_cast<char>(spec.colourType), 0,
+                                         0, static_cast<char>(interlace)});
+}
+
+std::string ImageData(const std::string& stream, const std::vector<std::size_t>& sizes)
+{
+    std::string out;
+    std::size_t at = 0;
+    for (const std::size_t size : sizes)
+    {
+        out += Chunk("IDAT", stream.substr(at, size));
+        at += std::min(size, stream.size() - at);
+    }
+    return out + Chunk("IDAT", stream.substr(at));
+}
+
+// The file with the zlib stream of its single image data chunk edited.
+template <typename Edit> std::string EditStream(const std::string& png, Edit edit)
+{
+    const std::size_t at = png.find("IDAT") - 4;
+    const std::size_t length = static_cast<std::size_t>(ValueOf(png[at]) << 24 | ValueOf(png[at + 1]) << 16 |
+                                                        ValueOf(png[at + 2]) << 8 | ValueOf(png[at + 3]));
+    std::string stream = png.substr(at + 8, length);
+    edit(stream);
+    return png.substr(0, at) + Chunk("IDAT", stream) + png.substr(at + 12 + length);
+}
+
+std::string Assemble(const PngSpec& spec)
+{
+    const std::size_t step = std::max<std::size_t>(1, Channels(spec.colourType) * spec.depth / 8);
+    std::string filtered;
+    std::string above(spec.rows.empty() ? 0 : spec.rows[0].size(), '\0');
+    for (std::size_t y = 0; y < spec.rows.size(); ++y)
+    {
+        filtered += FilterRow(static_cast<int>((y + spec.filterShift) % 5), spec.rows[y], above, step);
+        above = spec.rows[y];
+    }
+    std::string png = "\x89PNG\r\n\x1a\n" + Header(spec) + spec.head;
+    if (!spec.palette.empty())
+        png += Chunk("PLTE", spec.palette);
+    if (!spec.transparency.empty())
+        png += Chunk("tRNS", spec.transparency);
+    return png + ImageData(Deflate(filtered, spec.windowBits), spec.idatSizes) + spec.tail +
+           Chunk("IEND", "");
+}
+
+// Rows of noise; palette images get indices below `entries`, packed from the top bit down, with noise
+// in the unused bits at the end of a row.
+std::vector<std::string> NoiseRows(const PngSpec& spec, int entries, std::uint32_t seed)
+{
+    Noise noise{seed};
+    std::vector<std::string> rows;
+    const std::size_t bytes =
+        (static_cast<std::size_t>(spec.width) * Channels(spec.colourType) * spec.depth + 7) / 8;
+    for (int y = 0; y < spec.height; ++y)
+    {
+        std::string row(bytes, '\0');
+        for (char& b : row)
+            b = static_cast<char>(noise.Next());
+        if (spec.colourType == 3)
+            for (int x = 0; x < spec.width; ++x)
+            {
+                const int index = noise.Next() % entries;
+                const int shift = 8 - spec.depth * (x % (8 / spec.depth) + 1);
+                char& b = row[static_cast<std::size_t>(x) * spec.depth / 8];
+                b = static_cast<char>((ValueOf(b) & ~(((1 << spec.depth) - 1) << shift)) | index << shift);
+            }
+        rows.push_back(row);
+    }
+    return rows;
+}
+
+std::string NoiseBytes(std::size_t count, std::uint32_t seed)
+{
+    Noise noise{seed};
+    std::string out(count, '\0');
+    for (char& b : out)
+        b = static_cast<char>(noise.Next());
+    return out;
+}
+
+// --- reading both ways
+
+struct FastRead
+{
+    PngReadResult result = PngReadResult::NotHandled;
+    std::unique_ptr<Image> image;
+};
+
+FastRead ReadFast(const std::string& path)
+{
+    FastRead read;
+    read.result = ReadPng(path, [&read](int width, int height, PlaneView<std::uint8_t>& colour,
+                                        PlaneView<std::uint8_t>& alpha) {
+        read.image = std::make_unique<Image>(width, height);
+        colour = read.image->ColourView();
+        alpha = read.image->AlphaView();
+        return read.image->HasPlanes();
+    });
+    return read;
+}
+
+std::string Write(const TempFolder& folder, const std::string& name, const std::string& bytes)
+{
+    const std::string path = folder.File(name);
+    std::ofstream(path, std::ios::binary) << bytes;
+    return path;
+}
+
+// The fast reader takes the file and gives the general reader's bytes, and so does Image.
+void ExpectSameAsGeneralReader(const std::string& path, const std::string& label)
+{
+    SCOPED_TRACE(label);
+    const std::unique_ptr<Image> reference = ReferenceLoadImage(path);
+    ASSERT_NE(reference, nullptr) << "the general reader refuses the file";
+    const FastRead fast = ReadFast(path);
+    ASSERT_EQ(fast.result, PngReadResult::Decoded);
+    EXPECT_TRUE(SameBytes(*fast.image, *reference));
+    EXPECT_TRUE(SameBytes(Image(path), *reference));
+}
+
+// The fast reader declines the file, and Image loads it exactly as the general reader does.
+void ExpectLeftToGeneralReader(const std::string& path, const std::string& label)
+{
+    SCOPED_TRACE(label);
+    EXPECT_EQ(ReadFast(path).result, PngReadResult::NotHandled);
+    const std::unique_ptr<Image> reference = ReferenceLoadImage(path);
+    const Image loaded(path);
+    if (reference == nullptr)
+        EXPECT_FALSE(loaded.HasPlanes());
+    else
+        EXPECT_TRUE(SameBytes(loaded, *reference));
+}
+
+std::string Palette(int entries, std::uint32_t seed)
+{
+    return NoiseBytes(3 * static_cast<std::size_t>(entries), seed);
+}
+} // namespace
+
+TEST(PngReader, EveryLayoutFilterAndOddSizeReadsAsTheGeneralReader)
+{
+    TempFolder folder;
+    struct Layout
+    {
+        int colourType;
+        int depth;
+        int entries;     // palette entries
+        int transparent; // of which have a transparency entry
+    };
+    const Layout layouts[] = {
+        {0, 8, 0, 0},  {4, 8, 0, 0},   {2, 8, 0, 0}, {6, 8, 0, 0},   {3, 1, 2, 0},
+        {3, 1, 2, 1},  {3, 1, 1, 1},   {3, 2, 3, 0}, {3, 2, 4, 2},   {3, 4, 11, 0},
+        {3, 4, 16, 5}, {3, 8, 200, 0}, {3, 8, 7, 7}, {3, 8, 256, 1}, {3, 8, 256, 256},
+    };
+    const std::pair<int, int> sizes[] = {{1, 1}, {3, 2}, {13, 5}, {67, 6}};
+    int file = 0;
+    for (const Layout& layout : layouts)
+        for (const auto& [width, height] : sizes)
+            for (int shift = 0; shift < 5; ++shift) // every filter on every row over the five files
+            {
+                PngSpec spec;
+                spec.width = width;
+                spec.height = height;
+                spec.depth = layout.depth;
+                spec.colourType = layout.colourType;
+                spec.filterShift = shift;
+                spec.rows = NoiseRows(spec, std::max(1, layout.entries), static_cast<std::uint32_t>(file));
+                if (layout.colourType == 3)
+                {
+                    spec.palette = Palette(layout.entries, static_cast<std::uint32_t>(file) + 7);
+                    spec.transparency = NoiseBytes(static_cast<std::size_t>(layout.transparent), file + 11u);
+                }
+                // Image data split at odd places, with empty chunks among them.
+                if (shift % 2 == 1)
+                    spec.idatSizes = {1, 0, 2, 5, 0};
+                const std::string label =
+                    "type " + std::to_string(layout.colourType) + " depth " + std::to_string(layout.depth) +
+                    " palette " + std::to_string(layout.entries) + "/" + std::to_string(layout.transparent) +
+                    " " + std::to_string(width) + "x" + std::to_string(height) + " filters from " +
+                    std::to_string(shift);
+                ExpectSameAsGeneralReader(Write(folder, std::to_string(file++) + ".png", Assemble(spec)),
+                                          label);
+            }
+}
+
+TEST(PngReader, ColourSpaceAndOtherAncillaryChunksLeaveThePixelsAsTheGeneralReaderHasThem)
+{
+    TempFolder folder;
+    // Values that would change the pixels if a reader applied them: a gamma of 1.0, a wide-gamut
+    // profile, 3 significant bits per channel, a black background.
+    const QByteArray profile = QColorSpace(QColorSpace::AdobeRgb).iccProfile();
+    const std::string compressedProfile = [&profile] {
+        std::string out = "Adobe\0\0"; // name, terminator and compression method
+        out.resize(7);
+        return out + Deflate(std::string(profile.constData(), static_cast<std::size_t>(profile.size())));
+    }();
+    const std::string chromaticities =
+        U32(31270) + U32(32900) + U32(64000) + U32(33000) + U32(30000) + U32(60000) + U32(15000) + U32(6000);
+    int file = 0;
+    for (const int colourType : {0, 2, 3, 4, 6})
+    {
+        const std::size_t sampleCount = colourType == 3 ? 3 : Channels(colourType);
+        const std::size_t backgroundBytes = colourType == 3 ? 1 : colourType == 0 || colourType == 4 ? 2 : 6;
+        const std::string chunks[] = {
+            Chunk("gAMA", U32(100000)),
+            Chunk("sRGB", std::string(1, '\0')),
+            Chunk("cHRM", chromaticities),
+            Chunk("iCCP", compressedProfile),
+            Chunk("sBIT", std::string(sampleCount, '\3')),
+            Chunk("gAMA", U32(45455)) + Chunk("sRGB", std::string(1, '\3')) +
+                Chunk("pHYs", U32(2835) + U32(2835) + '\1') +
+                Chunk("tEXt", std::string("Software\0test", 13)) +
+                Chunk("tIME", std::string("\x07\xe8\1\2\3\4\5", 7)) + Chunk("prVt", "private data"),
+        };
+        for (const std::string& head : chunks)
+        {
+            PngSpec spec;
+            spec.width = 9;
+            spec.height = 4;
+            spec.colourType = colourType;
+            spec.rows = NoiseRows(spec, 5, static_cast<std::uint32_t>(file));
+            if (colourType == 3)
+            {
+                spec.palette = Palette(5, 1);
+                spec.transparency = "\x10\xff";
+            }
+            spec.head = head;
+            spec.tail = Chunk("tEXt", std::string("Comment\0after", 13)) + Chunk("zzZz", "more");
+            // The background goes after the palette.
+            spec.tail = Chunk("bKGD", std::string(backgroundBytes, '\0'));
+            ExpectSameAsGeneralReader(Write(folder, std::to_string(file++) + ".png", Assemble(spec)),
+                                      "colour type " + std::to_string(colourType) + " with " +
+                                          head.substr(4, 4));
+        }
+    }
+}
+
+TEST(PngReader, FilesFromOtherWritersReadAsTheGeneralReader)
+{
+    TempFolder folder;
+    // The general writer: every format it stores as 8-bit PNG, with and without a colour space.
+    Noise noise{42};
+    for (const QSize size : {QSize(1, 1), QSize(45, 31)})
+    {
+        QImage argb(size, QImage::Format_ARGB32);
+        for (int y = 0; y < size.height(); ++y)
+            for (int x = 0; x < size.width(); ++x)
+                argb.setPixel(x, y, qRgba(noise.Next(), noise.Next(), noise.Next(), noise.Next() & 0x8F));
+        QImage indexed(size, QImage::Format_Indexed8);
+        indexed.setColorTable(
+            {qRgb(10, 20, 30), qRgba(200, 100, 50, 0), qRgba(1, 2, 3, 128), qRgb(255, 0, 9)});
+        for (int y = 0; y < size.height(); ++y)
+            for (int x = 0; x < size.width(); ++x)
+                indexed.setPixel(x, y, noise.Next() % 4);
+        QImage mono = argb.convertToFormat(QImage::Format_Mono);
+        QImage wide = argb.convertToFormat(QImage::Format_RGB32);
+        wide.setColorSpace(QColorSpace(QColorSpace::DisplayP3));
+        QImage srgb = argb.copy();
+        srgb.setColorSpace(QColorSpace(QColorSpace::SRgb));
+        const std::pair<const char*, QImage> images[] = {
+            {"argb", argb},
+            {"rgb", argb.convertToFormat(QImage::Format_RGB32)},
+            {"rgb888", argb.convertToFormat(QImage::Format_RGB888)},
+            {"grey", argb.convertToFormat(QImage::Format_Grayscale8)},
+            {"indexed", indexed},
+            {"mono", mono},
+            {"wide", wide},
+            {"srgb", srgb},
+        };
+        for (const auto& [name, image] : images)
+        {
+            const std::string path = folder.File(name + std::to_string(size.width()) + ".png");
+            QImageWriter writer(QString::fromStdString(path), "png");
+            writer.setText(QStringLiteral("Title"), QStringLiteral("written by the general writer"));
+            ASSERT_TRUE(writer.write(image)) << name;
+            ExpectSameAsGeneralReader(path, name + std::string(" from QImageWriter"));
+        }
+    }
+
+    // Brondel's own writer: image data over several chunks of 1 MiB, RGB and RGBA; a capital suffix.
+    const auto pattern = [](int x, int y) {
+        const std::uint32_t h =
+            static_cast<std::uint32_t>(x) * 73856093u ^ static_cast<std::uint32_t>(y) * 19349663u;
+        return Colour((h & 255) / 255.0f, ((h >> 8) & 255) / 255.0f, (x % 7) / 6.0f, ((h >> 16) % 3) / 2.0f);
+    };
+    const std::unique_ptr<Image> noisy = MakeImage(800, 700, pattern);
+    ASSERT_TRUE(noisy->SaveToDisk(folder.File("rgba.png")));
+    ExpectSameAsGeneralReader(folder.File("rgba.png"), "RGBA from SaveToDisk");
+    EXPECT_TRUE(SameBytes(Image(folder.File("rgba.png")), *noisy));
+    const std::unique_ptr<Image> opaque =
+        MakeImage(301, 7, [](int x, int y) { return Colour(x / 300.0f, y / 6.0f, 0.5f, 1.0f); });
+    ASSERT_TRUE(opaque->SaveToDisk(folder.File("opaque.PNG")));
+    ExpectSameAsGeneralReader(folder.File("opaque.PNG"), "RGB from SaveToDisk");
+}
+
+TEST(PngReader, UnusualOrDamagedFilesAreLeftToTheGeneralReader)
+{
+    TempFolder folder;
+    PngSpec rgb;
+    rgb.width = 21;
+    rgb.height = 9;
+    rgb.rows = NoiseRows(rgb, 1, 1);
+    const std::string good = Assemble(rgb);
+    ExpectSameAsGeneralReader(Write(folder, "good.png", good), "the file the others are made from");
+    const std::size_t firstData = good.find("IDAT") + 4;
+    const std::size_t end = good.find("IEND") - 4;
+
+    const auto flip = [](std::string bytes, std::size_t at) {
+        bytes[at] = static_cast<char>(bytes[at] ^ 0x10);
+        return bytes;
+    };
+    std::vector<std::pair<std::string, std::string>> cases = {
+        {"damaged image data checksum", flip(good, end - 1)},
+        {"damaged header checksum", flip(good, 30)},
+        {"damaged deflate data", flip(good, firstData + 20)},
+        {"damaged zlib checksum", EditStream(good, [](std::string& stream) { stream.back() ^= 1; })},
+        {"cut in the image data", good.substr(0, firstData + 30)},
+        {"cut before the end chunk", good.substr(0, end)},
+        {"cut in the end chunk's checksum", good.substr(0, good.size() - 2)},
+        {"bytes after the end chunk", good + "trailing"},
+        {"damaged ancillary chunk",
+         [&] {
+             PngSpec spec = rgb;
+             spec.head = Chunk("tEXt", std::string("Title\0x", 7));
+             return flip(Assemble(spec), 33 + 12);
+         }()},
+        {"unknown critical chunk",
+         [&] {
+             PngSpec spec = rgb;
+             spec.head = Chunk("CRIT", "x");
+             return Assemble(spec);
+         }()},
+        {"chunk name with a digit",
+         [&] {
+             PngSpec spec = rgb;
+             spec.head = Chunk("ab1c", "x");
+             return Assemble(spec);
+         }()},
+        {"image data interrupted by another chunk",
+         [&] {
+             const std::string stream = Deflate(FilterRow(0, rgb.rows[0], std::string(63, '\0'), 3));
+             PngSpec spec = rgb;
+             spec.height = 1;
+             spec.rows.resize(1);
+             std::string png = "\x89PNG\r\n\x1a\n" + Header(spec) + Chunk("IDAT", stream.substr(0, 10)) +
+                               Chunk("tEXt", std::string("a\0b", 3)) + Chunk("IDAT", stream.substr(10)) +
+                               Chunk("IEND", "");
+             return png;
+         }()},
+        {"more rows in the stream than the image has",
+         [&] {
+             PngSpec spec = rgb;
+             spec.height = 8;
+             return "\x89PNG\r\n\x1a\n" + Header(spec) + good.substr(33);
+         }()},
+        {"fewer rows in the stream than the image has",
+         [&] {
+             PngSpec spec = rgb;
+             spec.height = 10;
+             return "\x89PNG\r\n\x1a\n" + Header(spec) + good.substr(33);
+         }()},
+        {"unknown filter type",
+         [&] {
+             std::string filtered;
+             for (const std::string& row : rgb.rows)
+                 filtered += std::string(1, '\5') + row;
+             return "\x89PNG\r\n\x1a\n" + Header(rgb) + Chunk("IDAT", Deflate(filtered)) + Chunk("IEND", "");
+         }()},
+        {"16-bit samples",
+         [&] {
+             PngSpec spec = rgb;
+             spec.depth = 16;
+             spec.rows = NoiseRows(spec, 1, 3);
+             return Assemble(spec);
+         }()},
+        {"grey with a colour key",
+         [&] {
+             PngSpec spec = rgb;
+             spec.colourType = 0;
+             spec.rows = NoiseRows(spec, 1, 3);
+             spec.transparency = std::string("\0\x20", 2);
+             return Assemble(spec);
+         }()},
+        {"RGB with a colour key",
+         [&] {
+             PngSpec spec = rgb;
+             spec.transparency = std::string(6, '\x20');
+             return Assemble(spec);
+         }()},
+        {"2-bit grey",
+         [&] {
+             PngSpec spec = rgb;
+             spec.colourType = 0;
+             spec.depth = 2;
+             spec.rows = NoiseRows(spec, 1, 3);
+             return Assemble(spec);
+         }()},
+        {"palette index beyond the palette",
+         [&] {
+             PngSpec spec = rgb;
+             spec.colourType = 3;
+             spec.rows = NoiseRows(spec, 6, 3);
+             spec.palette = Palette(5, 3);
+             return Assemble(spec);
+         }()},
+        {"palette without its chunk",
+         [&] {
+             PngSpec spec = rgb;
+             spec.colourType = 3;
+             spec.rows = NoiseRows(spec, 1, 3);
+             return Assemble(spec);
+         }()},
+        {"transparency longer than the palette",
+         [&] {
+             PngSpec spec = rgb;
+             spec.colourType = 3;
+             spec.rows = NoiseRows(spec, 2, 3);
+             spec.palette = Palette(2, 3);
+             spec.transparency = "\1\2\3";
+             return Assemble(spec);
+         }()},
+        {"more palette entries than the depth can name",
+         [&] {
+             PngSpec spec = rgb;
+             spec.colourType = 3;
+             spec.depth = 1;
+             spec.rows = NoiseRows(spec, 2, 3);
+             spec.palette = Palette(3, 3);
+             return Assemble(spec);
+         }()},
+        {"stream claiming a smaller window than it uses",
+         [&] {
+             // Far references need a window larger than the 512 bytes the stream header now claims.
+             PngSpec spec = rgb;
+             spec.width = 200;
+             spec.height = 12;
+             spec.rows.assign(12, NoiseBytes(600, 9));
+             return EditStream(Assemble(spec), [](std::string& stream) {
+                 stream[0] = 0x18;
+                 stream[1] = static_cast<char>(31 - (0x18 * 256) % 31);
+             });
+         }()},
+        {"interlaced",
+         [&] {
+             // Adam7: seven reduced images, each row with its filter type.
+             const int passes[7][4] = {{0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4},
+                                       {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2}};
+             std::string filtered;
+             for (const auto& pass : passes)
+                 for (int y = pass[1]; y < rgb.height; y += pass[3])
+                 {
+                     if (pass[0] >= rgb.width)
+                         break;
+                     filtered += '\0';
+                     for (int x = pass[0]; x < rgb.width; x += pass[2])
+                         filtered +=
+                             rgb.rows[static_cast<std::size_t>(y)].substr(3 * static_cast<std::size_t>(x), 3);
+                 }
+             return "\x89PNG\r\n\x1a\n" + Header(rgb, 1) + Chunk("IDAT", Deflate(filtered)) +
+                    Chunk("IEND", "");
+         }()},
+        {"not a PNG", "GIF89a and more"},
+        {"empty", ""},
+    };
+    for (const auto& [label, bytes] : cases)
+        ExpectLeftToGeneralReader(Write(folder, label + ".png", bytes), label);
+
+    // A PNG under another suffix, which the general reader may hand to another decoder first.
+    ExpectLeftToGeneralReader(Write(folder, "sheet.bmp", good), "PNG bytes under a .bmp suffix");
+    ExpectLeftToGeneralReader(folder.File("missing.png"), "missing file");
+
+    // A small window is fine when the whole image fits in it.
+    PngSpec small = rgb;
+    small.width = 5;
+    small.height = 4;
+    small.rows = NoiseRows(small, 1, 4);
+    small.windowBits = 9;
+    ExpectSameAsGeneralReader(Write(folder, "small-window.png", Assemble(small)), "512-byte window");
+}
+
+TEST(PngReader, ImagesOverTheReadersAllocationLimitAreLeftToIt)
+{
+    // 600 x 600 pixels take 1.4 MiB as 32-bit pixels: the general reader refuses the RGBA file under a
+    // 1 MiB limit, and reads the 1-bit one, which it holds at one bit a pixel, only to convert it after.
+    TempFolder folder;
+    PngSpec rgba;
+    rgba.width = 600;
+    rgba.height = 600;
+    rgba.colourType = 6;
+    rgba.rows = NoiseRows(rgba, 1, 1);
+    PngSpec mono = rgba;
+    mono.colourType = 3;
+    mono.depth = 1;
+    mono.palette = Palette(2, 1);
+    mono.rows = NoiseRows(mono, 2, 1);
+    const std::string rgbaPath = Write(folder, "rgba.png", Assemble(rgba));
+    const std::string monoPath = Write(folder, "mono.png", Assemble(mono));
+    const int limit = QImageReader::allocationLimit();
+    QImageReader::setAllocationLimit(1);
+    ExpectLeftToGeneralReader(rgbaPath, "RGBA over the limit");
+    EXPECT_FALSE(Image(rgbaPath).HasPlanes());
+    ExpectLeftToGeneralReader(monoPath, "1-bit palette over the limit");
+    QImageReader::setAllocationLimit(2);
+    ExpectSameAsGeneralReader(rgbaPath, "RGBA under the limit");
+    QImageReader::setAllocationLimit(limit);
+}
+
+TEST(PngReader, SizeProbesReadOnlyTheHeader)
+{
+    TempFolder folder;
+    PngSpec spec;
+    spec.width = 70000;
+    spec.height = 3;
+    // The image data is not even there: only the header is read.
+    const std::string header = "\x89PNG\r\n\x1a\n" + Header(spec);
+    EXPECT_EQ(ReadPngSize(Write(folder, "header.png", header)), QSize(70000, 3));
+    EXPECT_EQ(ProbeImageSize(folder.File("header.png")), QSize(70000, 3));
+    std::string damaged = header;
+    damaged[20] = '\1';
+    EXPECT_FALSE(ReadPngSize(Write(folder, "damaged.png", damaged)).isValid());
+    EXPECT_FALSE(ReadPngSize(folder.File("missing.png")).isValid());
+
+    // Other formats go through the general reader's probe.
+    const std::unique_ptr<Image> image = MakeFlat(17, 5, 0.5f);
+    ASSERT_TRUE(image->SaveToDisk(folder.File("grey.bmp")));
+    EXPECT_FALSE(ReadPngSize(folder.File("grey.bmp")).isValid());
+    EXPECT_EQ(ProbeImageSize(folder.File("grey.bmp")), QSize(17, 5));
+    EXPECT_FALSE(ProbeImageSize(folder.File("missing.jpg")).isValid());
+}
