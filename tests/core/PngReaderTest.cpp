@@ -36,7 +36,7 @@ std::string Chunk(const std::string& type, const std::string& data)
 std::string Deflate(const std::string& raw, int windowBits = 15)
 {
     z_stream z{};
-    deflateInit2(&z, 6, Z_DEFLATED, windowBits, 8, Z_DEFAULT_STRATEGY);
+    deflateInit2(&z, 1, Z_DEFLATED, windowBits, 8, Z_DEFAULT_STRATEGY);
     std::string out(deflateBound(&z, raw.size()), '\0');
     z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(raw.data()));
     z.avail_in = static_cast<uInt>(raw.size());
@@ -97,11 +97,15 @@ struct PngSpec
     int height = 1;
     int depth = 8;
     int colourType = 2;
-    std::vector<std::string> rows;      // unfiltered bytes of each row
-    int filterShift = 0;                // row y uses filter (y + filterShift) % 5
+    std::vector<std::string> rows; // unfiltered bytes of each row
+    // Row y uses filters[(y + filterShift) % size]. The runs of Paeth rows matter: 3 and 4 bytes a
+    // pixel unfilter them in pairs.
+    std::vector<int> filters = {0, 1, 2, 3, 4, 4, 4};
+    int filterShift = 0;
     std::string palette;                // PLTE data
     std::string transparency;           // tRNS data
     std::string head;                   // framed chunks after the header
+    std::string middle;                 // framed chunks after the palette
     std::string tail;                   // framed chunks after the image data
     std::vector<std::size_t> idatSizes; // sizes of the first image data chunks; the rest goes in one
     int windowBits = 15;
@@ -150,7 +154,9 @@ std::string Assemble(const PngSpec& spec)
     std::string above(spec.rows.empty() ? 0 : spec.rows[0].size(), '\0');
     for (std::size_t y = 0; y < spec.rows.size(); ++y)
     {
-        filtered += FilterRow(static_cast<int>((y + spec.filterShift) % 5), spec.rows[y], above, step);
+        const int filter =
+            spec.filters[(y + static_cast<std::size_t>(spec.filterShift)) % spec.filters.size()];
+        filtered += FilterRow(filter, spec.rows[y], above, step);
         above = spec.rows[y];
     }
     std::string png = "\x89PNG\r\n\x1a\n" + Header(spec) + spec.head;
@@ -158,7 +164,7 @@ std::string Assemble(const PngSpec& spec)
         png += Chunk("PLTE", spec.palette);
     if (!spec.transparency.empty())
         png += Chunk("tRNS", spec.transparency);
-    return png + ImageData(Deflate(filtered, spec.windowBits), spec.idatSizes) + spec.tail +
+    return png + spec.middle + ImageData(Deflate(filtered, spec.windowBits), spec.idatSizes) + spec.tail +
            Chunk("IEND", "");
 }
 
@@ -275,7 +281,7 @@ TEST(PngReader, EveryLayoutFilterAndOddSizeReadsAsTheGeneralReader)
     int file = 0;
     for (const Layout& layout : layouts)
         for (const auto& [width, height] : sizes)
-            for (int shift = 0; shift < 5; ++shift) // every filter on every row over the five files
+            for (int shift = 0; shift < 7; ++shift) // every filter on every row over the seven files
             {
                 PngSpec spec;
                 spec.width = width;
@@ -300,6 +306,68 @@ TEST(PngReader, EveryLayoutFilterAndOddSizeReadsAsTheGeneralReader)
                 ExpectSameAsGeneralReader(Write(folder, std::to_string(file++) + ".png", Assemble(spec)),
                                           label);
             }
+}
+
+TEST(PngReader, TallImagesReadTheSameOnOneThreadAndOnSeveral)
+{
+    // Rows of about 2 KB, so the image data goes through several bands of rows and, with more than one
+    // thread, through the queue between the inflating and the unfiltering thread, round its buffers.
+    TempFolder folder;
+    struct Layout
+    {
+        int colourType;
+        int depth;
+        int width;
+    };
+    const Layout layouts[] = {{2, 8, 683},  {6, 8, 511},  {0, 8, 2047},
+                              {4, 8, 1001}, {3, 8, 1999}, {3, 2, 8191}};
+    int file = 0;
+    for (const Layout& layout : layouts)
+    {
+        PngSpec spec;
+        spec.width = layout.width;
+        spec.height = 600;
+        spec.depth = layout.depth;
+        spec.colourType = layout.colourType;
+        spec.filters = {4, 4, 4, 3, 4, 4, 1, 4, 2, 4, 4, 0};
+        spec.rows = NoiseRows(spec, 3, static_cast<std::uint32_t>(file));
+        if (layout.colourType == 3)
+            spec.palette = Palette(3, 5);
+        spec.idatSizes = {100, 0, 70000, 1, 30000};
+        const std::string png = Assemble(spec);
+        const std::string label = "colour type " + std::to_string(layout.colourType) + " depth " +
+                                  std::to_string(layout.depth) + " on ";
+        for (const int threads : {1, 2})
+        {
+            const ThreadCount count(threads);
+            ExpectSameAsGeneralReader(Write(folder, std::to_string(file++) + ".png", png),
+                                      label + std::to_string(threads) + " threads");
+        }
+
+        // Damage far into the image: an unknown filter type on the last row, and a stream that ends a
+        // band early. Either thread gives up without waiting for the other forever.
+        std::string filtered;
+        std::string above(spec.rows[0].size(), '\0');
+        for (const std::string& row : spec.rows)
+        {
+            filtered += FilterRow(&row == &spec.rows.back() ? 5 : 2, row, above, 1);
+            above = row;
+        }
+        const std::string damaged[] = {
+            "\x89PNG\r\n\x1a\n" + Header(spec) + Chunk("IDAT", Deflate(filtered)) + Chunk("IEND", ""),
+            "\x89PNG\r\n\x1a\n" + Header(spec) +
+                Chunk("IDAT",
+                      Deflate(filtered.substr(0, filtered.size() - 300 * (spec.rows[0].size() + 1)))) +
+                Chunk("IEND", ""),
+        };
+        for (const int threads : {1, 2})
+            for (const std::string& bytes : damaged)
+            {
+                const ThreadCount count(threads);
+                ExpectLeftToGeneralReader(Write(folder, std::to_string(file++) + ".png", bytes),
+                                          label + std::to_string(threads) + " threads, damaged");
+            }
+    }
 }
 
 TEST(PngReader, ColourSpaceAndOtherAncillaryChunksLeaveThePixelsAsTheGeneralReaderHasThem)
@@ -345,8 +413,7 @@ TEST(PngReader, ColourSpaceAndOtherAncillaryChunksLeaveThePixelsAsTheGeneralRead
             }
             spec.head = head;
             spec.tail = Chunk("tEXt", std::string("Comment\0after", 13)) + Chunk("zzZz", "more");
-            // The background goes after the palette.
-            spec.tail = Chunk("bKGD", std::string(backgroundBytes, '\0'));
+            spec.middle = Chunk("bKGD", std::string(backgroundBytes, '\0'));
             ExpectSameAsGeneralReader(Write(folder, std::to_string(file++) + ".png", Assemble(spec)),
                                       "colour type " + std::to_string(colourType) + " with " +
                                           head.substr(4, 4));
