@@ -114,9 +114,23 @@ bool ReadChunkHeader(FileBytes& in, ChunkHeader& chunk)
     chunk.length = BigEndian32(p);
     chunk.type = BigEndian32(p + 4);
     chunk.crc = Crc(0, p + 4, 4);
+    const bool named = IsLetter(p[4]) && IsLetter(p[5]) && IsLetter(p[6]) && IsLetter(p[7]);
     in.Consume(8);
-    return chunk.length <= 0x7FFFFFFFu && IsLetter(p[4]) && IsLetter(p[5]) && IsLetter(p[6]) &&
-           IsLetter(p[7]);
+    return named && chunk.length <= 0x7FFFFFFFu;
+}
+
+bool IsCritical(std::uint32_t type)
+{
+    return (type & 0x20000000u) == 0; // an upper-case first letter
+}
+
+// Ancillary chunks the reader skips. Their contents never change the general reader's pixels, except
+// the transparency, which is read, and the frames of animated PNG, which some builds of its PNG
+// library check and may refuse.
+bool IsSkippable(const ChunkHeader& chunk)
+{
+    return !IsCritical(chunk.type) && chunk.type != Tag("tRNS") && chunk.type != Tag("acTL") &&
+           chunk.type != Tag("fcTL") && chunk.type != Tag("fdAT") && chunk.length <= kLargestOtherChunk;
 }
 
 // Passes the chunk's data to `piece` as it arrives, then checks the stored checksum.
@@ -875,15 +889,15 @@ bool ReadSignatureAndHeader(FileBytes& in, std::uint8_t (&fields)[13])
 
 PngReadResult Decode(QFile& file, const PngPlaneRequest& request)
 {
-    FileBytes in(file, kReadBytes);
+    FileBytes in(file, static_cast<std::size_t>(std::clamp<qint64>(file.size(), 64, kReadBytes)));
     std::uint8_t fields[13];
     Header header;
     if (!ReadSignatureAndHeader(in, fields) || !ParseHeader(fields, header))
         return PngReadResult::NotHandled;
     const bool indexed = header.colourType == kPalette;
 
-    // Chunks before the image data: the palette and its transparency matter, other ancillary chunks
-    // (gamma, colour profiles, text, resolution) do not change the pixels the general reader gives.
+    // Chunks before the image data: the palette and its transparency matter; gamma, colour profiles,
+    // significant bits, text and the like leave the general reader's pixels as they are stored.
     std::vector<std::uint8_t> palette;
     std::vector<std::uint8_t> transparency;
     bool hasPalette = false;
@@ -920,9 +934,8 @@ PngReadResult Decode(QFile& file, const PngPlaneRequest& request)
                 return PngReadResult::NotHandled;
             hasTransparency = true;
         }
-        else if ((chunk.type & 0x20000000u) == 0 || chunk.length > kLargestOtherChunk ||
-                 !ReadChunkData(in, chunk, skip))
-            return PngReadResult::NotHandled; // another critical chunk, or a damaged or huge one
+        else if (!IsSkippable(chunk) || !ReadChunkData(in, chunk, skip))
+            return PngReadResult::NotHandled;
     }
     if (indexed && !hasPalette)
         return PngReadResult::NotHandled;
@@ -957,9 +970,7 @@ PngReadResult Decode(QFile& file, const PngPlaneRequest& request)
     // After the image data only ancillary chunks, then the end chunk and the end of the file.
     while (chunk.type != Tag("IEND"))
     {
-        if ((chunk.type & 0x20000000u) == 0 || chunk.type == Tag("tRNS") ||
-            chunk.length > kLargestOtherChunk || !ReadChunkData(in, chunk, skip) ||
-            !ReadChunkHeader(in, chunk))
+        if (!IsSkippable(chunk) || !ReadChunkData(in, chunk, skip) || !ReadChunkHeader(in, chunk))
             return PngReadResult::NotHandled;
     }
     if (chunk.length != 0 || !ReadChunkData(in, chunk, skip) || !in.AtEnd())

@@ -516,6 +516,18 @@ TEST(PngReader, UnusualOrDamagedFilesAreLeftToTheGeneralReader)
              spec.head = Chunk("CRIT", "x");
              return Assemble(spec);
          }()},
+        {"animated PNG",
+         [&] {
+             PngSpec spec = rgb;
+             spec.head = Chunk("acTL", U32(1) + U32(0));
+             return Assemble(spec);
+         }()},
+        {"suggested palette in an RGB image",
+         [&] {
+             PngSpec spec = rgb;
+             spec.palette = Palette(4, 1);
+             return Assemble(spec);
+         }()},
         {"chunk name with a digit",
          [&] {
              PngSpec spec = rgb;
