@@ -18,6 +18,7 @@
 #include <mutex>
 #include <system_error>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 #if defined(__SSE2__)
@@ -422,6 +423,56 @@ void PaethTwoRows(const std::uint8_t* __restrict src0, const std::uint8_t* __res
     StorePixel<Step>(dst1 + n - Step, _mm_srli_epi64(last, 32));
 }
 
+// Four Paeth rows at once: two register pairs as above, the second pair two pixels behind the first.
+// The third row's above neighbour is the second row's result of the step before, so the two pairs'
+// dependency chains are independent within a step and run side by side.
+template <int Step>
+void PaethFourRows(const std::uint8_t* const* src, const std::uint8_t* prev, std::uint8_t* const* dst,
+                   std::size_t n)
+{
+    const std::ptrdiff_t count = static_cast<std::ptrdiff_t>(n / Step);
+    const __m128i zero = _mm_setzero_si128();
+    __m128i a01 = zero; // left neighbours of rows 0 and 1
+    __m128i c01 = zero;
+    __m128i a23 = zero; // of rows 2 and 3
+    __m128i c23 = zero;
+    // Step k does row r at column k - r. Near the ends of the rows some of those columns do not
+    // exist: they read zeros, which keeps the left neighbours of a row's first pixel zero, and their
+    // results are not stored.
+    const auto iterate = [&](std::ptrdiff_t k, auto edge) {
+        constexpr bool checked = decltype(edge)::value;
+        const auto load = [&](const std::uint8_t* row, std::ptrdiff_t column) {
+            if (checked && (column < 0 || column >= count))
+                return zero;
+            return LoadPixel<Step>(row + column * Step);
+        };
+        const auto store = [&](std::uint8_t* row, std::ptrdiff_t column, __m128i bytes) {
+            if (!checked || (column >= 0 && column < count))
+                StorePixel<Step>(row + column * Step, bytes);
+        };
+        const __m128i b01 = _mm_unpacklo_epi64(Widen(load(prev, k)), a01);
+        const __m128i b23 = _mm_unpacklo_epi64(_mm_srli_si128(a01, 8), a23);
+        a01 = PaethPixel(a01, b01, c01, Widen(_mm_unpacklo_epi32(load(src[0], k), load(src[1], k - 1))));
+        a23 = PaethPixel(a23, b23, c23, Widen(_mm_unpacklo_epi32(load(src[2], k - 2), load(src[3], k - 3))));
+        c01 = b01;
+        c23 = b23;
+        const __m128i bytes01 = Narrow(a01);
+        const __m128i bytes23 = Narrow(a23);
+        store(dst[0], k, bytes01);
+        store(dst[1], k - 1, _mm_srli_epi64(bytes01, 32));
+        store(dst[2], k - 2, bytes23);
+        store(dst[3], k - 3, _mm_srli_epi64(bytes23, 32));
+    };
+    const std::ptrdiff_t lead = std::min<std::ptrdiff_t>(3, count);
+    std::ptrdiff_t k = 0;
+    for (; k < lead; ++k)
+        iterate(k, std::true_type{});
+    for (; k < count; ++k)
+        iterate(k, std::false_type{});
+    for (; k < count + 3; ++k)
+        iterate(k, std::true_type{});
+}
+
 // RGBA to RGB and alpha, four pixels at a time. Each 64-bit half holds two pixels, squeezed to six
 // bytes and stored 8 bytes wide, the two spare bytes overwritten by the next store; the last pixel is
 // copied on its own so no store passes the end of the row.
@@ -493,18 +544,29 @@ void Unfilter(int step, int filter, const std::uint8_t* src, const std::uint8_t*
     }
 }
 
-// Two consecutive Paeth rows together where that is faster; false when it is not.
-bool UnfilterPaethPair(int step, const std::uint8_t* src0, const std::uint8_t* src1, const std::uint8_t* prev,
-                       std::uint8_t* dst0, std::uint8_t* dst1, std::size_t n)
+// Unfilters the first rows of a run of `rows` consecutive Paeth rows together where that is faster:
+// four or two of them for 3 and 4 bytes a pixel. Returns how many it did, 0 when none.
+int UnfilterPaethRun(int step, int rows, const std::uint8_t* const* src, const std::uint8_t* prev,
+                     std::uint8_t* const* dst, std::size_t n)
 {
 #if defined(__SSE2__)
+    if (step < 3 || rows < 2)
+        return 0;
+    if (rows >= 4)
+    {
+        if (step == 3)
+            PaethFourRows<3>(src, prev, dst, n);
+        else
+            PaethFourRows<4>(src, prev, dst, n);
+        return 4;
+    }
     if (step == 3)
-        PaethTwoRows<3>(src0, src1, prev, dst0, dst1, n);
-    else if (step == 4)
-        PaethTwoRows<4>(src0, src1, prev, dst0, dst1, n);
-    return step >= 3;
+        PaethTwoRows<3>(src[0], src[1], prev, dst[0], dst[1], n);
+    else
+        PaethTwoRows<4>(src[0], src[1], prev, dst[0], dst[1], n);
+    return 2;
 #else
-    return false;
+    return 0;
 #endif
 }
 
@@ -563,11 +625,19 @@ public:
         for (int r = 0; r < rows;)
         {
             const std::uint8_t* src = band + stride * r;
-            if (src[0] == 4 && r + 1 < rows && src[stride] == 4 &&
-                UnfilterPaethPair(header.filterStep, src + 1, src + stride + 1, rowAbove(r), rawRow(r),
-                                  rawRow(r + 1), n))
+            int paethRun = 0;
+            const std::uint8_t* runSrc[4];
+            std::uint8_t* runDst[4];
+            while (paethRun < 4 && r + paethRun < rows && src[stride * paethRun] == 4)
             {
-                r += 2;
+                runSrc[paethRun] = src + stride * paethRun + 1;
+                runDst[paethRun] = rawRow(r + paethRun);
+                ++paethRun;
+            }
+            const int done = UnfilterPaethRun(header.filterStep, paethRun, runSrc, rowAbove(r), runDst, n);
+            if (done > 0)
+            {
+                r += done;
                 continue;
             }
             Unfilter(header.filterStep, src[0], src + 1, rowAbove(r), rawRow(r), n);

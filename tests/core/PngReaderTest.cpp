@@ -99,8 +99,8 @@ struct PngSpec
     int colourType = 2;
     std::vector<std::string> rows; // unfiltered bytes of each row
     // Row y uses filters[(y + filterShift) % size]. The runs of Paeth rows matter: 3 and 4 bytes a
-    // pixel unfilter them in pairs.
-    std::vector<int> filters = {0, 1, 2, 3, 4, 4, 4};
+    // pixel unfilter them in fours and pairs.
+    std::vector<int> filters = {0, 1, 2, 3, 4, 4, 4, 4, 4};
     int filterShift = 0;
     std::string palette;                // PLTE data
     std::string transparency;           // tRNS data
@@ -277,11 +277,11 @@ TEST(PngReader, EveryLayoutFilterAndOddSizeReadsAsTheGeneralReader)
         {3, 1, 2, 1},  {3, 1, 1, 1},   {3, 2, 3, 0}, {3, 2, 4, 2},   {3, 4, 11, 0},
         {3, 4, 16, 5}, {3, 8, 200, 0}, {3, 8, 7, 7}, {3, 8, 256, 1}, {3, 8, 256, 256},
     };
-    const std::pair<int, int> sizes[] = {{1, 1}, {3, 2}, {13, 5}, {67, 6}};
+    const std::pair<int, int> sizes[] = {{1, 1}, {3, 2}, {13, 5}, {67, 6}, {1, 9}, {2, 7}};
     int file = 0;
     for (const Layout& layout : layouts)
         for (const auto& [width, height] : sizes)
-            for (int shift = 0; shift < 7; ++shift) // every filter on every row over the seven files
+            for (int shift = 0; shift < 9; ++shift) // every filter on every row over the nine files
             {
                 PngSpec spec;
                 spec.width = width;
@@ -329,7 +329,7 @@ TEST(PngReader, TallImagesReadTheSameOnOneThreadAndOnSeveral)
         spec.height = 600;
         spec.depth = layout.depth;
         spec.colourType = layout.colourType;
-        spec.filters = {4, 4, 4, 3, 4, 4, 1, 4, 2, 4, 4, 0};
+        spec.filters = {4, 4, 4, 4, 4, 4, 4, 3, 4, 4, 4, 4, 1, 4, 2, 4, 4, 0};
         spec.rows = NoiseRows(spec, 3, static_cast<std::uint32_t>(file));
         if (layout.colourType == 3)
             spec.palette = Palette(3, 5);
