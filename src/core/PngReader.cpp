@@ -171,7 +171,6 @@ struct Header
     int height = 0;
     int depth = 0;
     int colourType = 0;
-    int channels = 0;
     std::size_t rowBytes = 0;    // filtered bytes of a row, without its filter type
     int filterStep = 0;          // bytes between a byte and the one its filter refers to
     std::uint32_t idatLimit = 0; // the largest image data chunk the general reader accepts
@@ -223,7 +222,6 @@ bool ParseHeader(const std::uint8_t* p, Header& header)
     header.height = static_cast<int>(height);
     header.depth = depth;
     header.colourType = colourType;
-    header.channels = channels;
     header.rowBytes = (static_cast<std::size_t>(width) * channels * depth + 7) / 8;
     header.filterStep = std::max(1, channels * depth / 8);
 

@@ -495,6 +495,19 @@ TEST(PngReader, UnusualOrDamagedFilesAreLeftToTheGeneralReader)
         bytes[at] = static_cast<char>(bytes[at] ^ 0x10);
         return bytes;
     };
+    // The file with its spec changed and new rows of noise, with palette indices below `entries`.
+    const auto variant = [&rgb](auto change, int entries = 1) {
+        PngSpec spec = rgb;
+        change(spec);
+        spec.rows = NoiseRows(spec, entries, 3);
+        return Assemble(spec);
+    };
+    // The same image data under a header claiming another height.
+    const auto withHeight = [&](int height) {
+        PngSpec spec = rgb;
+        spec.height = height;
+        return "\x89PNG\r\n\x1a\n" + Header(spec) + good.substr(33);
+    };
     std::vector<std::pair<std::string, std::string>> cases = {
         {"damaged image data checksum", flip(good, end - 1)},
         {"damaged header checksum", flip(good, 30)},
@@ -505,126 +518,41 @@ TEST(PngReader, UnusualOrDamagedFilesAreLeftToTheGeneralReader)
         {"cut in the end chunk's checksum", good.substr(0, good.size() - 2)},
         {"bytes after the end chunk", good + "trailing"},
         {"damaged ancillary chunk",
-         [&] {
-             PngSpec spec = rgb;
-             spec.head = Chunk("tEXt", std::string("Title\0x", 7));
-             return flip(Assemble(spec), 33 + 12);
-         }()},
-        {"unknown critical chunk",
-         [&] {
-             PngSpec spec = rgb;
-             spec.head = Chunk("CRIT", "x");
-             return Assemble(spec);
-         }()},
-        {"animated PNG",
-         [&] {
-             PngSpec spec = rgb;
-             spec.head = Chunk("acTL", U32(1) + U32(0));
-             return Assemble(spec);
-         }()},
-        {"suggested palette in an RGB image",
-         [&] {
-             PngSpec spec = rgb;
-             spec.palette = Palette(4, 1);
-             return Assemble(spec);
-         }()},
-        {"chunk name with a digit",
-         [&] {
-             PngSpec spec = rgb;
-             spec.head = Chunk("ab1c", "x");
-             return Assemble(spec);
-         }()},
+         flip(variant([](PngSpec& s) { s.head = Chunk("tEXt", "Title"); }), 33 + 9)},
+        {"unknown critical chunk", variant([](PngSpec& s) { s.head = Chunk("CRIT", "x"); })},
+        {"chunk name with a digit", variant([](PngSpec& s) { s.head = Chunk("ab1c", "x"); })},
+        {"animated PNG", variant([](PngSpec& s) { s.head = Chunk("acTL", U32(1) + U32(0)); })},
+        {"suggested palette in an RGB image", variant([](PngSpec& s) { s.palette = Palette(4, 1); })},
+        {"16-bit samples", variant([](PngSpec& s) { s.depth = 16; })},
+        {"2-bit grey", variant([](PngSpec& s) { s.colourType = 0, s.depth = 2; })},
+        {"grey with a colour key", variant([](PngSpec& s) {
+             s.colourType = 0, s.transparency = {'\0', ' '};
+         })},
+        {"RGB with a colour key", variant([](PngSpec& s) { s.transparency = std::string(6, ' '); })},
+        {"palette without its chunk", variant([](PngSpec& s) { s.colourType = 3; })},
+        {"palette index beyond the palette",
+         variant([](PngSpec& s) { s.colourType = 3, s.palette = Palette(5, 3); }, 6)},
+        {"transparency longer than the palette",
+         variant([](PngSpec& s) { s.colourType = 3, s.palette = Palette(2, 3), s.transparency = "\1\2\3"; })},
+        {"more palette entries than the depth can name",
+         variant([](PngSpec& s) { s.colourType = 3, s.depth = 1, s.palette = Palette(3, 3); }, 2)},
         {"image data interrupted by another chunk",
          [&] {
              const std::string stream = Deflate(FilterRow(0, rgb.rows[0], std::string(63, '\0'), 3));
              PngSpec spec = rgb;
              spec.height = 1;
-             spec.rows.resize(1);
-             std::string png = "\x89PNG\r\n\x1a\n" + Header(spec) + Chunk("IDAT", stream.substr(0, 10)) +
-                               Chunk("tEXt", std::string("a\0b", 3)) + Chunk("IDAT", stream.substr(10)) +
-                               Chunk("IEND", "");
-             return png;
+             return "\x89PNG\r\n\x1a\n" + Header(spec) + Chunk("IDAT", stream.substr(0, 10)) +
+                    Chunk("tEXt", std::string("a\0b", 3)) + Chunk("IDAT", stream.substr(10)) +
+                    Chunk("IEND", "");
          }()},
-        {"more rows in the stream than the image has",
-         [&] {
-             PngSpec spec = rgb;
-             spec.height = 8;
-             return "\x89PNG\r\n\x1a\n" + Header(spec) + good.substr(33);
-         }()},
-        {"fewer rows in the stream than the image has",
-         [&] {
-             PngSpec spec = rgb;
-             spec.height = 10;
-             return "\x89PNG\r\n\x1a\n" + Header(spec) + good.substr(33);
-         }()},
+        {"more rows in the stream than the image has", withHeight(8)},
+        {"fewer rows in the stream than the image has", withHeight(10)},
         {"unknown filter type",
          [&] {
              std::string filtered;
              for (const std::string& row : rgb.rows)
                  filtered += std::string(1, '\5') + row;
              return "\x89PNG\r\n\x1a\n" + Header(rgb) + Chunk("IDAT", Deflate(filtered)) + Chunk("IEND", "");
-         }()},
-        {"16-bit samples",
-         [&] {
-             PngSpec spec = rgb;
-             spec.depth = 16;
-             spec.rows = NoiseRows(spec, 1, 3);
-             return Assemble(spec);
-         }()},
-        {"grey with a colour key",
-         [&] {
-             PngSpec spec = rgb;
-             spec.colourType = 0;
-             spec.rows = NoiseRows(spec, 1, 3);
-             spec.transparency = std::string("\0\x20", 2);
-             return Assemble(spec);
-         }()},
-        {"RGB with a colour key",
-         [&] {
-             PngSpec spec = rgb;
-             spec.transparency = std::string(6, '\x20');
-             return Assemble(spec);
-         }()},
-        {"2-bit grey",
-         [&] {
-             PngSpec spec = rgb;
-             spec.colourType = 0;
-             spec.depth = 2;
-             spec.rows = NoiseRows(spec, 1, 3);
-             return Assemble(spec);
-         }()},
-        {"palette index beyond the palette",
-         [&] {
-             PngSpec spec = rgb;
-             spec.colourType = 3;
-             spec.rows = NoiseRows(spec, 6, 3);
-             spec.palette = Palette(5, 3);
-             return Assemble(spec);
-         }()},
-        {"palette without its chunk",
-         [&] {
-             PngSpec spec = rgb;
-             spec.colourType = 3;
-             spec.rows = NoiseRows(spec, 1, 3);
-             return Assemble(spec);
-         }()},
-        {"transparency longer than the palette",
-         [&] {
-             PngSpec spec = rgb;
-             spec.colourType = 3;
-             spec.rows = NoiseRows(spec, 2, 3);
-             spec.palette = Palette(2, 3);
-             spec.transparency = "\1\2\3";
-             return Assemble(spec);
-         }()},
-        {"more palette entries than the depth can name",
-         [&] {
-             PngSpec spec = rgb;
-             spec.colourType = 3;
-             spec.depth = 1;
-             spec.rows = NoiseRows(spec, 2, 3);
-             spec.palette = Palette(3, 3);
-             return Assemble(spec);
          }()},
         {"stream claiming a smaller window than it uses",
          [&] {
