@@ -91,7 +91,7 @@ std::string FilterRow(int filter, const std::string& row, const std::string& abo
     return out;
 }
 
-struct PngSpec
+struct PngRecipe
 {
     int width = 1;
     int height = 1;
@@ -116,12 +116,13 @@ std::size_t Channels(int colourType)
     return colourType == 2 ? 3 : colourType == 4 ? 2 : colourType == 6 ? 4 : 1;
 }
 
-std::string Header(const PngSpec& spec, int interlace = 0)
+std::string Header(const PngRecipe& recipe, int interlace = 0)
 {
-    return Chunk("IHDR", U32(static_cast<std::uint32_t>(spec.width)) +
-                             U32(static_cast<std::uint32_t>(spec.height)) +
-                             std::string{static_cast<char>(spec.depth), static_cast<char>(spec.colourType), 0,
-                                         0, static_cast<char>(interlace)});
+    return Chunk("IHDR",
+                 U32(static_cast<std::uint32_t>(recipe.width)) +
+                     U32(static_cast<std::uint32_t>(recipe.height)) +
+                     std::string{static_cast<char>(recipe.depth), static_cast<char>(recipe.colourType), 0, 0,
+                                 static_cast<char>(interlace)});
 }
 
 std::string ImageData(const std::string& stream, const std::vector<std::size_t>& sizes)
@@ -147,47 +148,47 @@ template <typename Edit> std::string EditStream(const std::string& png, Edit edi
     return png.substr(0, at) + Chunk("IDAT", stream) + png.substr(at + 12 + length);
 }
 
-std::string Assemble(const PngSpec& spec)
+std::string Assemble(const PngRecipe& recipe)
 {
-    const std::size_t step = std::max<std::size_t>(1, Channels(spec.colourType) * spec.depth / 8);
+    const std::size_t step = std::max<std::size_t>(1, Channels(recipe.colourType) * recipe.depth / 8);
     std::string filtered;
-    std::string above(spec.rows.empty() ? 0 : spec.rows[0].size(), '\0');
-    for (std::size_t y = 0; y < spec.rows.size(); ++y)
+    std::string above(recipe.rows.empty() ? 0 : recipe.rows[0].size(), '\0');
+    for (std::size_t y = 0; y < recipe.rows.size(); ++y)
     {
         const int filter =
-            spec.filters[(y + static_cast<std::size_t>(spec.filterShift)) % spec.filters.size()];
-        filtered += FilterRow(filter, spec.rows[y], above, step);
-        above = spec.rows[y];
+            recipe.filters[(y + static_cast<std::size_t>(recipe.filterShift)) % recipe.filters.size()];
+        filtered += FilterRow(filter, recipe.rows[y], above, step);
+        above = recipe.rows[y];
     }
-    std::string png = "\x89PNG\r\n\x1a\n" + Header(spec) + spec.head;
-    if (!spec.palette.empty())
-        png += Chunk("PLTE", spec.palette);
-    if (!spec.transparency.empty())
-        png += Chunk("tRNS", spec.transparency);
-    return png + spec.middle + ImageData(Deflate(filtered, spec.windowBits), spec.idatSizes) + spec.tail +
-           Chunk("IEND", "");
+    std::string png = "\x89PNG\r\n\x1a\n" + Header(recipe) + recipe.head;
+    if (!recipe.palette.empty())
+        png += Chunk("PLTE", recipe.palette);
+    if (!recipe.transparency.empty())
+        png += Chunk("tRNS", recipe.transparency);
+    return png + recipe.middle + ImageData(Deflate(filtered, recipe.windowBits), recipe.idatSizes) +
+           recipe.tail + Chunk("IEND", "");
 }
 
 // Rows of noise; palette images get indices below `entries`, packed from the top bit down, with noise
 // in the unused bits at the end of a row.
-std::vector<std::string> NoiseRows(const PngSpec& spec, int entries, std::uint32_t seed)
+std::vector<std::string> NoiseRows(const PngRecipe& recipe, int entries, std::uint32_t seed)
 {
     Noise noise{seed};
     std::vector<std::string> rows;
     const std::size_t bytes =
-        (static_cast<std::size_t>(spec.width) * Channels(spec.colourType) * spec.depth + 7) / 8;
-    for (int y = 0; y < spec.height; ++y)
+        (static_cast<std::size_t>(recipe.width) * Channels(recipe.colourType) * recipe.depth + 7) / 8;
+    for (int y = 0; y < recipe.height; ++y)
     {
         std::string row(bytes, '\0');
         for (char& b : row)
             b = static_cast<char>(noise.Next());
-        if (spec.colourType == 3)
-            for (int x = 0; x < spec.width; ++x)
+        if (recipe.colourType == 3)
+            for (int x = 0; x < recipe.width; ++x)
             {
                 const int index = noise.Next() % entries;
-                const int shift = 8 - spec.depth * (x % (8 / spec.depth) + 1);
-                char& b = row[static_cast<std::size_t>(x) * spec.depth / 8];
-                b = static_cast<char>((ValueOf(b) & ~(((1 << spec.depth) - 1) << shift)) | index << shift);
+                const int shift = 8 - recipe.depth * (x % (8 / recipe.depth) + 1);
+                char& b = row[static_cast<std::size_t>(x) * recipe.depth / 8];
+                b = static_cast<char>((ValueOf(b) & ~(((1 << recipe.depth) - 1) << shift)) | index << shift);
             }
         rows.push_back(row);
     }
@@ -283,27 +284,29 @@ TEST(PngReader, EveryLayoutFilterAndOddSizeReadsAsTheGeneralReader)
         for (const auto& [width, height] : sizes)
             for (int shift = 0; shift < 9; ++shift) // every filter on every row over the nine files
             {
-                PngSpec spec;
-                spec.width = width;
-                spec.height = height;
-                spec.depth = layout.depth;
-                spec.colourType = layout.colourType;
-                spec.filterShift = shift;
-                spec.rows = NoiseRows(spec, std::max(1, layout.entries), static_cast<std::uint32_t>(file));
+                PngRecipe recipe;
+                recipe.width = width;
+                recipe.height = height;
+                recipe.depth = layout.depth;
+                recipe.colourType = layout.colourType;
+                recipe.filterShift = shift;
+                recipe.rows =
+                    NoiseRows(recipe, std::max(1, layout.entries), static_cast<std::uint32_t>(file));
                 if (layout.colourType == 3)
                 {
-                    spec.palette = Palette(layout.entries, static_cast<std::uint32_t>(file) + 7);
-                    spec.transparency = NoiseBytes(static_cast<std::size_t>(layout.transparent), file + 11u);
+                    recipe.palette = Palette(layout.entries, static_cast<std::uint32_t>(file) + 7);
+                    recipe.transparency =
+                        NoiseBytes(static_cast<std::size_t>(layout.transparent), file + 11u);
                 }
                 // Image data split at odd places, with empty chunks among them.
                 if (shift % 2 == 1)
-                    spec.idatSizes = {1, 0, 2, 5, 0};
+                    recipe.idatSizes = {1, 0, 2, 5, 0};
                 const std::string label =
                     "type " + std::to_string(layout.colourType) + " depth " + std::to_string(layout.depth) +
                     " palette " + std::to_string(layout.entries) + "/" + std::to_string(layout.transparent) +
                     " " + std::to_string(width) + "x" + std::to_string(height) + " filters from " +
                     std::to_string(shift);
-                ExpectSameAsGeneralReader(Write(folder, std::to_string(file++) + ".png", Assemble(spec)),
+                ExpectSameAsGeneralReader(Write(folder, std::to_string(file++) + ".png", Assemble(recipe)),
                                           label);
             }
 }
@@ -324,17 +327,17 @@ TEST(PngReader, TallImagesReadTheSameOnOneThreadAndOnSeveral)
     int file = 0;
     for (const Layout& layout : layouts)
     {
-        PngSpec spec;
-        spec.width = layout.width;
-        spec.height = 600;
-        spec.depth = layout.depth;
-        spec.colourType = layout.colourType;
-        spec.filters = {4, 4, 4, 4, 4, 4, 4, 3, 4, 4, 4, 4, 1, 4, 2, 4, 4, 0};
-        spec.rows = NoiseRows(spec, 3, static_cast<std::uint32_t>(file));
+        PngRecipe recipe;
+        recipe.width = layout.width;
+        recipe.height = 600;
+        recipe.depth = layout.depth;
+        recipe.colourType = layout.colourType;
+        recipe.filters = {4, 4, 4, 4, 4, 4, 4, 3, 4, 4, 4, 4, 1, 4, 2, 4, 4, 0};
+        recipe.rows = NoiseRows(recipe, 3, static_cast<std::uint32_t>(file));
         if (layout.colourType == 3)
-            spec.palette = Palette(3, 5);
-        spec.idatSizes = {100, 0, 70000, 1, 30000};
-        const std::string png = Assemble(spec);
+            recipe.palette = Palette(3, 5);
+        recipe.idatSizes = {100, 0, 70000, 1, 30000};
+        const std::string png = Assemble(recipe);
         const std::string label = "colour type " + std::to_string(layout.colourType) + " depth " +
                                   std::to_string(layout.depth) + " on ";
         for (const int threads : {1, 2})
@@ -347,17 +350,17 @@ TEST(PngReader, TallImagesReadTheSameOnOneThreadAndOnSeveral)
         // Damage far into the image: an unknown filter type on the last row, and a stream that ends a
         // band early. Either thread gives up without waiting for the other forever.
         std::string filtered;
-        std::string above(spec.rows[0].size(), '\0');
-        for (const std::string& row : spec.rows)
+        std::string above(recipe.rows[0].size(), '\0');
+        for (const std::string& row : recipe.rows)
         {
-            filtered += FilterRow(&row == &spec.rows.back() ? 5 : 2, row, above, 1);
+            filtered += FilterRow(&row == &recipe.rows.back() ? 5 : 2, row, above, 1);
             above = row;
         }
         const std::string damaged[] = {
-            "\x89PNG\r\n\x1a\n" + Header(spec) + Chunk("IDAT", Deflate(filtered)) + Chunk("IEND", ""),
-            "\x89PNG\r\n\x1a\n" + Header(spec) +
+            "\x89PNG\r\n\x1a\n" + Header(recipe) + Chunk("IDAT", Deflate(filtered)) + Chunk("IEND", ""),
+            "\x89PNG\r\n\x1a\n" + Header(recipe) +
                 Chunk("IDAT",
-                      Deflate(filtered.substr(0, filtered.size() - 300 * (spec.rows[0].size() + 1)))) +
+                      Deflate(filtered.substr(0, filtered.size() - 300 * (recipe.rows[0].size() + 1)))) +
                 Chunk("IEND", ""),
         };
         for (const int threads : {1, 2})
@@ -401,20 +404,20 @@ TEST(PngReader, ColourSpaceAndOtherAncillaryChunksLeaveThePixelsAsTheGeneralRead
         };
         for (const std::string& head : chunks)
         {
-            PngSpec spec;
-            spec.width = 9;
-            spec.height = 4;
-            spec.colourType = colourType;
-            spec.rows = NoiseRows(spec, 5, static_cast<std::uint32_t>(file));
+            PngRecipe recipe;
+            recipe.width = 9;
+            recipe.height = 4;
+            recipe.colourType = colourType;
+            recipe.rows = NoiseRows(recipe, 5, static_cast<std::uint32_t>(file));
             if (colourType == 3)
             {
-                spec.palette = Palette(5, 1);
-                spec.transparency = "\x10\xff";
+                recipe.palette = Palette(5, 1);
+                recipe.transparency = "\x10\xff";
             }
-            spec.head = head;
-            spec.tail = Chunk("tEXt", std::string("Comment\0after", 13)) + Chunk("zzZz", "more");
-            spec.middle = Chunk("bKGD", std::string(backgroundBytes, '\0'));
-            ExpectSameAsGeneralReader(Write(folder, std::to_string(file++) + ".png", Assemble(spec)),
+            recipe.head = head;
+            recipe.tail = Chunk("tEXt", std::string("Comment\0after", 13)) + Chunk("zzZz", "more");
+            recipe.middle = Chunk("bKGD", std::string(backgroundBytes, '\0'));
+            ExpectSameAsGeneralReader(Write(folder, std::to_string(file++) + ".png", Assemble(recipe)),
                                       "colour type " + std::to_string(colourType) + " with " +
                                           head.substr(4, 4));
         }
@@ -482,7 +485,7 @@ TEST(PngReader, FilesFromOtherWritersReadAsTheGeneralReader)
 TEST(PngReader, UnusualOrDamagedFilesAreLeftToTheGeneralReader)
 {
     TempFolder folder;
-    PngSpec rgb;
+    PngRecipe rgb;
     rgb.width = 21;
     rgb.height = 9;
     rgb.rows = NoiseRows(rgb, 1, 1);
@@ -495,18 +498,18 @@ TEST(PngReader, UnusualOrDamagedFilesAreLeftToTheGeneralReader)
         bytes[at] = static_cast<char>(bytes[at] ^ 0x10);
         return bytes;
     };
-    // The file with its spec changed and new rows of noise, with palette indices below `entries`.
+    // The file with its recipe changed and new rows of noise, with palette indices below `entries`.
     const auto variant = [&rgb](auto change, int entries = 1) {
-        PngSpec spec = rgb;
-        change(spec);
-        spec.rows = NoiseRows(spec, entries, 3);
-        return Assemble(spec);
+        PngRecipe recipe = rgb;
+        change(recipe);
+        recipe.rows = NoiseRows(recipe, entries, 3);
+        return Assemble(recipe);
     };
     // The same image data under a header claiming another height.
     const auto withHeight = [&](int height) {
-        PngSpec spec = rgb;
-        spec.height = height;
-        return "\x89PNG\r\n\x1a\n" + Header(spec) + good.substr(33);
+        PngRecipe recipe = rgb;
+        recipe.height = height;
+        return "\x89PNG\r\n\x1a\n" + Header(recipe) + good.substr(33);
     };
     std::vector<std::pair<std::string, std::string>> cases = {
         {"damaged image data checksum", flip(good, end - 1)},
@@ -518,30 +521,31 @@ TEST(PngReader, UnusualOrDamagedFilesAreLeftToTheGeneralReader)
         {"cut in the end chunk's checksum", good.substr(0, good.size() - 2)},
         {"bytes after the end chunk", good + "trailing"},
         {"damaged ancillary chunk",
-         flip(variant([](PngSpec& s) { s.head = Chunk("tEXt", "Title"); }), 33 + 9)},
-        {"unknown critical chunk", variant([](PngSpec& s) { s.head = Chunk("CRIT", "x"); })},
-        {"chunk name with a digit", variant([](PngSpec& s) { s.head = Chunk("ab1c", "x"); })},
-        {"animated PNG", variant([](PngSpec& s) { s.head = Chunk("acTL", U32(1) + U32(0)); })},
-        {"suggested palette in an RGB image", variant([](PngSpec& s) { s.palette = Palette(4, 1); })},
-        {"16-bit samples", variant([](PngSpec& s) { s.depth = 16; })},
-        {"2-bit grey", variant([](PngSpec& s) { s.colourType = 0, s.depth = 2; })},
-        {"grey with a colour key", variant([](PngSpec& s) {
+         flip(variant([](PngRecipe& s) { s.head = Chunk("tEXt", "Title"); }), 33 + 9)},
+        {"unknown critical chunk", variant([](PngRecipe& s) { s.head = Chunk("CRIT", "x"); })},
+        {"chunk name with a digit", variant([](PngRecipe& s) { s.head = Chunk("ab1c", "x"); })},
+        {"animated PNG", variant([](PngRecipe& s) { s.head = Chunk("acTL", U32(1) + U32(0)); })},
+        {"suggested palette in an RGB image", variant([](PngRecipe& s) { s.palette = Palette(4, 1); })},
+        {"16-bit samples", variant([](PngRecipe& s) { s.depth = 16; })},
+        {"2-bit grey", variant([](PngRecipe& s) { s.colourType = 0, s.depth = 2; })},
+        {"grey with a colour key", variant([](PngRecipe& s) {
              s.colourType = 0, s.transparency = {'\0', ' '};
          })},
-        {"RGB with a colour key", variant([](PngSpec& s) { s.transparency = std::string(6, ' '); })},
-        {"palette without its chunk", variant([](PngSpec& s) { s.colourType = 3; })},
+        {"RGB with a colour key", variant([](PngRecipe& s) { s.transparency = std::string(6, ' '); })},
+        {"palette without its chunk", variant([](PngRecipe& s) { s.colourType = 3; })},
         {"palette index beyond the palette",
-         variant([](PngSpec& s) { s.colourType = 3, s.palette = Palette(5, 3); }, 6)},
-        {"transparency longer than the palette",
-         variant([](PngSpec& s) { s.colourType = 3, s.palette = Palette(2, 3), s.transparency = "\1\2\3"; })},
+         variant([](PngRecipe& s) { s.colourType = 3, s.palette = Palette(5, 3); }, 6)},
+        {"transparency longer than the palette", variant([](PngRecipe& s) {
+             s.colourType = 3, s.palette = Palette(2, 3), s.transparency = "\1\2\3";
+         })},
         {"more palette entries than the depth can name",
-         variant([](PngSpec& s) { s.colourType = 3, s.depth = 1, s.palette = Palette(3, 3); }, 2)},
+         variant([](PngRecipe& s) { s.colourType = 3, s.depth = 1, s.palette = Palette(3, 3); }, 2)},
         {"image data interrupted by another chunk",
          [&] {
              const std::string stream = Deflate(FilterRow(0, rgb.rows[0], std::string(63, '\0'), 3));
-             PngSpec spec = rgb;
-             spec.height = 1;
-             return "\x89PNG\r\n\x1a\n" + Header(spec) + Chunk("IDAT", stream.substr(0, 10)) +
+             PngRecipe recipe = rgb;
+             recipe.height = 1;
+             return "\x89PNG\r\n\x1a\n" + Header(recipe) + Chunk("IDAT", stream.substr(0, 10)) +
                     Chunk("tEXt", std::string("a\0b", 3)) + Chunk("IDAT", stream.substr(10)) +
                     Chunk("IEND", "");
          }()},
@@ -557,11 +561,11 @@ TEST(PngReader, UnusualOrDamagedFilesAreLeftToTheGeneralReader)
         {"stream claiming a smaller window than it uses",
          [&] {
              // Far references need a window larger than the 512 bytes the stream header now claims.
-             PngSpec spec = rgb;
-             spec.width = 200;
-             spec.height = 12;
-             spec.rows.assign(12, NoiseBytes(600, 9));
-             return EditStream(Assemble(spec), [](std::string& stream) {
+             PngRecipe recipe = rgb;
+             recipe.width = 200;
+             recipe.height = 12;
+             recipe.rows.assign(12, NoiseBytes(600, 9));
+             return EditStream(Assemble(recipe), [](std::string& stream) {
                  stream[0] = 0x18;
                  stream[1] = static_cast<char>(31 - (0x18 * 256) % 31);
              });
@@ -596,7 +600,7 @@ TEST(PngReader, UnusualOrDamagedFilesAreLeftToTheGeneralReader)
     ExpectLeftToGeneralReader(folder.File("missing.png"), "missing file");
 
     // A small window is fine when the whole image fits in it.
-    PngSpec small = rgb;
+    PngRecipe small = rgb;
     small.width = 5;
     small.height = 4;
     small.rows = NoiseRows(small, 1, 4);
@@ -609,12 +613,12 @@ TEST(PngReader, ImagesOverTheReadersAllocationLimitAreLeftToIt)
     // 600 x 600 pixels take 1.4 MiB as 32-bit pixels: the general reader refuses the RGBA file under a
     // 1 MiB limit, and reads the 1-bit one, which it holds at one bit a pixel, only to convert it after.
     TempFolder folder;
-    PngSpec rgba;
+    PngRecipe rgba;
     rgba.width = 600;
     rgba.height = 600;
     rgba.colourType = 6;
     rgba.rows = NoiseRows(rgba, 1, 1);
-    PngSpec mono = rgba;
+    PngRecipe mono = rgba;
     mono.colourType = 3;
     mono.depth = 1;
     mono.palette = Palette(2, 1);
@@ -634,11 +638,11 @@ TEST(PngReader, ImagesOverTheReadersAllocationLimitAreLeftToIt)
 TEST(PngReader, SizeProbesReadOnlyTheHeader)
 {
     TempFolder folder;
-    PngSpec spec;
-    spec.width = 70000;
-    spec.height = 3;
+    PngRecipe recipe;
+    recipe.width = 70000;
+    recipe.height = 3;
     // The image data is not even there: only the header is read.
-    const std::string header = "\x89PNG\r\n\x1a\n" + Header(spec);
+    const std::string header = "\x89PNG\r\n\x1a\n" + Header(recipe);
     EXPECT_EQ(ReadPngSize(Write(folder, "header.png", header)), QSize(70000, 3));
     EXPECT_EQ(ProbeImageSize(folder.File("header.png")), QSize(70000, 3));
     std::string damaged = header;
