@@ -2,11 +2,10 @@
 
 #include "core/Image.h"
 #include "core/Parallel.h"
+#include "core/PngReader.h"
 #include "deptheditor/DepthEditor.h"
 #include "processing/ImageProcessorTransaction.h"
 #include "sets/LogOutput.h"
-
-#include <QImageReader>
 
 #include <atomic>
 #include <iostream>
@@ -16,9 +15,9 @@
 
 namespace {
 // The size a file's header gives, without decoding its pixels; nothing when it cannot be read.
-std::optional<std::pair<int, int>> ProbeImageSize(const std::string& filename)
+std::optional<std::pair<int, int>> MeasureMember(const std::string& filename)
 {
-    const QSize size = QImageReader(QString::fromUtf8(filename.c_str())).size();
+    const QSize size = ProbeImageSize(filename);
     if (!size.isValid() || size.isEmpty())
         return std::nullopt;
     return std::pair<int, int>{size.width(), size.height()};
@@ -81,7 +80,7 @@ void ImageProcessor::LoadImageSetByName(const std::array<std::string, kImageType
         for (int type = next++; type < kImageTypeCount; type = next++)
         {
             if (!decode.test(static_cast<std::size_t>(type)) && !filenames[type].empty())
-                measured[type] = ProbeImageSize(filenames[type]);
+                measured[type] = MeasureMember(filenames[type]);
             if (!measured[type])
                 decoded[type] = std::make_unique<Image>(filenames[type]);
         }
