@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <limits>
 #include <memory>
+#include <mutex>
 #include <utility>
 
 namespace {
@@ -158,6 +159,27 @@ struct TileBuffers
     std::vector<int> seamColumns; // local columns that are global column 0
 };
 
+// Tile buffers outlive the workers that use them: a depth map is relaxed in hundreds of short parallel
+// passes, and buffers made afresh for each would fault in their pages every time.
+std::mutex spareTileBuffersMutex;
+std::vector<std::unique_ptr<TileBuffers>> spareTileBuffers;
+
+TileBuffers* TakeTileBuffers()
+{
+    const std::lock_guard<std::mutex> lock(spareTileBuffersMutex);
+    if (spareTileBuffers.empty())
+        return new TileBuffers;
+    TileBuffers* buffers = spareTileBuffers.back().release();
+    spareTileBuffers.pop_back();
+    return buffers;
+}
+
+void ReturnTileBuffers(TileBuffers* buffers)
+{
+    const std::lock_guard<std::mutex> lock(spareTileBuffersMutex);
+    spareTileBuffers.emplace_back(buffers);
+}
+
 BRONDEL_WIDE_CLONES
 void RelaxTile(const RelaxationGrid& g, const float* from, float* to, int x0, int y0, int tileWidth,
                int tileHeight, int passes, TileBuffers& t)
@@ -260,7 +282,8 @@ void RelaxTiled(const RelaxationGrid& g, const float* from, float* to, int passe
     const int columns = (g.width + kTileWidth - 1) / kTileWidth;
     const int rows = (g.height + kTileHeight - 1) / kTileHeight;
     ParallelFor(0, columns * rows, [&](int first, int last) {
-        TileBuffers buffers;
+        const std::unique_ptr<TileBuffers, void (*)(TileBuffers*)> held(TakeTileBuffers(), ReturnTileBuffers);
+        TileBuffers& buffers = *held;
         for (int tile = first; tile < last; ++tile)
         {
             const int x0 = (tile % columns) * kTileWidth;
