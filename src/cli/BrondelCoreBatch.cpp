@@ -173,7 +173,8 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
 
     bool anyLoaded = false;
     for (int type = 0; type < kImageTypeCount; ++type)
-        anyLoaded = anyLoaded || processor.IsLoaded(static_cast<ImageType>(type));
+        anyLoaded = anyLoaded || processor.IsLoaded(static_cast<ImageType>(type)) ||
+                    processor.IsSizedOnly(static_cast<ImageType>(type));
     if (!anyLoaded)
     {
         std::cerr << "None of the images of the set \"" << set.baseName << "\" could be read (such as \""

@@ -46,6 +46,11 @@ TEST(BrondelCLIRun, EachSaveOptionWritesExactlyItsMapAndTogetherTheSameBytes)
 {
     TempFolder folder;
     WriteDomeSet(folder.File("X"));
+    // Asking for nothing reads no pixels, yet the set is found and nothing is complained about.
+    const CLIResult nothing = RunCLI(folder.Path(), {"-source", "X_Left.png"});
+    EXPECT_EQ(nothing.status, 0);
+    EXPECT_TRUE(nothing.err.empty()) << nothing.err;
+
     std::map<std::string, QByteArray> alone;
     for (const auto& [option, suffix] : kOutputSuffixes)
     {
