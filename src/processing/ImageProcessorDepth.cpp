@@ -1,6 +1,7 @@
 #include "processing/ImageProcessor.h"
 
 #include "core/Image.h"
+#include "core/Parallel.h"
 #include "deptheditor/DepthEditor.h"
 #include "deptheditor/EdgeArray.h"
 #include "processing/DepthKernels.h"
@@ -8,6 +9,7 @@
 #include "processing/ImageProcessorTransaction.h"
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 #include <string>
 
@@ -58,27 +60,52 @@ void ImageProcessor::GenerateDepthMapFromNormals(int refinementSteps, bool respe
     // survives the trip through a float channel unchanged, so the bytes are copied directly.
     auto normalDepth = std::make_unique<Image>(width, height);
     RequirePixels(*normalDepth);
-    const auto read = [this](ImageType type, Channel channel) {
-        const Image* image = GetImage(type);
-        return image ? ReadChannelBytes(*image, channel, width, height)
-                     : SheetVector<std::uint8_t>(static_cast<std::size_t>(width) * height);
-    };
-    const SheetVector<std::uint8_t> channels[4] = {
-        read(ImageType::Normal, Channel::Red), read(ImageType::Normal, Channel::Green),
-        read(ImageType::Normal, Channel::Blue), read(ImageType::Depth, Channel::Red)};
     PlaneView<std::uint8_t> colour = normalDepth->ColourView();
     PlaneView<std::uint8_t> alpha = normalDepth->AlphaView();
-    for (int y = 0; y < height; ++y)
+    const Image* normalMap = GetImage(ImageType::Normal);
+    const Image* depthMap = GetImage(ImageType::Depth);
+    const auto fits = [this](const Image* image) {
+        return image != nullptr && image->HasPlanes() && image->GetWidth() == width &&
+               image->GetHeight() == height;
+    };
+    if (fits(normalMap) && fits(depthMap))
     {
-        std::uint8_t* rgb = colour.Row(y);
-        std::uint8_t* a = alpha.Row(y);
-        for (std::size_t x = 0; x < static_cast<std::size_t>(width); ++x)
+        // Both maps are of the working size, as they are straight after generating: rows are copied.
+        const PlaneView<const std::uint8_t> normalRows = normalMap->ColourView();
+        const PlaneView<const std::uint8_t> depthRows = depthMap->ColourView();
+        ParallelFor(0, height, [&](int from, int to) {
+            for (int y = from; y < to; ++y)
+            {
+                std::memcpy(colour.Row(y), normalRows.Row(y), static_cast<std::size_t>(width) * 3);
+                const std::uint8_t* depthRow = depthRows.Row(y);
+                std::uint8_t* a = alpha.Row(y);
+                for (int x = 0; x < width; ++x)
+                    a[x] = depthRow[3 * x];
+            }
+        });
+    }
+    else
+    {
+        const auto read = [this](ImageType type, Channel channel) {
+            const Image* image = GetImage(type);
+            return image ? ReadChannelBytes(*image, channel, width, height)
+                         : SheetVector<std::uint8_t>(static_cast<std::size_t>(width) * height);
+        };
+        const SheetVector<std::uint8_t> channels[4] = {
+            read(ImageType::Normal, Channel::Red), read(ImageType::Normal, Channel::Green),
+            read(ImageType::Normal, Channel::Blue), read(ImageType::Depth, Channel::Red)};
+        for (int y = 0; y < height; ++y)
         {
-            const std::size_t i = static_cast<std::size_t>(y) * width + x;
-            rgb[3 * x] = channels[0][i];
-            rgb[3 * x + 1] = channels[1][i];
-            rgb[3 * x + 2] = channels[2][i];
-            a[x] = channels[3][i];
+            std::uint8_t* rgb = colour.Row(y);
+            std::uint8_t* a = alpha.Row(y);
+            for (std::size_t x = 0; x < static_cast<std::size_t>(width); ++x)
+            {
+                const std::size_t i = static_cast<std::size_t>(y) * width + x;
+                rgb[3 * x] = channels[0][i];
+                rgb[3 * x + 1] = channels[1][i];
+                rgb[3 * x + 2] = channels[2][i];
+                a[x] = channels[3][i];
+            }
         }
     }
     normalDepth->MarkChanged();
