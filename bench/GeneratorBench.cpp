@@ -21,15 +21,11 @@
 
 #include <chrono>
 #include <cstdio>
-#include <fcntl.h>
 #include <fstream>
 #include <iomanip>
 #include <iostream>
 #include <map>
-#include <spawn.h>
 #include <sstream>
-#include <sys/resource.h>
-#include <sys/wait.h>
 
 extern char** environ;
 
@@ -146,7 +142,8 @@ void ReferenceDepth(benchmark::State& state, int size)
         levels.emplace_back(processor->GetNormalArray(l),
                             processor->GetNormalArray(l) +
                                 static_cast<std::size_t>(processor->MipWidth(l)) * processor->MipHeight(l));
-    const std::vector<std::uint8_t> alpha = Plain(ReadChannelBytes(*Set(size).diffuse, Channel::Alpha, size, size));
+    const std::vector<std::uint8_t> alpha =
+        Plain(ReadChannelBytes(*Set(size).diffuse, Channel::Alpha, size, size));
     for (auto _ : state)
     {
         const std::vector<float> depth = ReferenceDepthFromNormals(levels, size, size, 100, 0.2f);
@@ -161,7 +158,8 @@ void ReferenceAO(benchmark::State& state, int size)
     processor->GenerateDepthMapFromNormals(20, false, 0.2f);
     const std::vector<float> red =
         Plain(ReadChannel(*processor->GetImage(ImageType::Depth), Channel::Red, size, size));
-    const std::vector<std::uint8_t> alpha = Plain(ReadChannelBytes(*Set(size).diffuse, Channel::Alpha, size, size));
+    const std::vector<std::uint8_t> alpha =
+        Plain(ReadChannelBytes(*Set(size).diffuse, Channel::Alpha, size, size));
     for (auto _ : state)
     {
         const std::vector<float> heights = ReferenceAOHeights(red, &alpha);
@@ -186,77 +184,6 @@ void ReferenceIndex(benchmark::State& state, int size)
     const auto palette = ReferenceCreatePalette(*Set(size).diffuse, 32, false);
     for (auto _ : state)
         benchmark::DoNotOptimize(ReferencePaletteIndex(*Set(size).diffuse, *palette));
-}
-
-// --- the whole batch run, in a child process so its peak memory is its own
-
-struct BatchFigures
-{
-    double seconds = 0.0;
-    double peakMiB = 0.0;
-    int status = -1;
-};
-
-std::map<int, BatchFigures> batchFigures;
-
-// Runs a command with its standard output discarded and returns its exit status, filling its peak
-// resident memory in KiB.
-int RunMeasured(std::vector<std::string> words, long& peakKiB)
-{
-    std::vector<char*> argv;
-    for (std::string& word : words)
-        argv.push_back(word.data());
-    argv.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-    pid_t pid = 0;
-    const int spawned = posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    if (spawned != 0)
-        return -1;
-    int status = 0;
-    rusage usage{};
-    wait4(pid, &status, 0, &usage);
-    peakKiB = usage.ru_maxrss;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-void BatchRun(benchmark::State& state, int size)
-{
-#ifdef BRONDEL_CLI_PATH
-    TempFolder folder;
-    // The set is drawn and written by a child too, so this process stays small while BrondelCLI runs.
-    long writerPeak = 0;
-    if (RunMeasured({"/proc/self/exe", "--write-set", std::to_string(size), folder.Path()}, writerPeak) != 0)
-    {
-        state.SkipWithError("cannot write the benchmark set");
-        return;
-    }
-    const std::string source = folder.File("Sheet_Left.png");
-    const std::string report = folder.File("peak.txt");
-    // A process's peak memory counts what its parent held when it was started, and this one holds
-    // every benchmark set; a fresh copy of this program, still small, starts BrondelCLI instead.
-    const std::vector<std::string> words = {"/proc/self/exe", "--run-measured", report,   BRONDEL_CLI_PATH,
-                                            "-source",        source,           "-nSave", "-dSave",
-                                            "-aoSave",        "-aSave"};
-    for (auto _ : state)
-    {
-        const auto start = std::chrono::steady_clock::now();
-        long middlePeak = 0;
-        if (RunMeasured(words, middlePeak) != 0)
-        {
-            state.SkipWithError("cannot measure BrondelCLI");
-            break;
-        }
-        BatchFigures& figures = batchFigures[size];
-        figures.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        std::ifstream(report) >> figures.status >> figures.peakMiB;
-        figures.peakMiB /= 1024.0;
-    }
-#else
-    state.SkipWithError("BrondelCLI is not built");
-#endif
 }
 
 // Collects each run's wall time so the table can pair ours with the reference.
@@ -305,15 +232,7 @@ void Register(const std::string& label, void (*ours)(benchmark::State&, int),
 
 int main(int argc, char** argv)
 {
-    // The middle process of a measured batch run: run the command, write "status peakKiB".
-    if (argc > 3 && std::string(argv[1]) == "--run-measured")
-    {
-        long peakKiB = 0;
-        const int status = RunMeasured(std::vector<std::string>(argv + 3, argv + argc), peakKiB);
-        std::ofstream(argv[2]) << status << " " << peakKiB << "\n";
-        return 0;
-    }
-    // Writes a synthetic set as PNG files, for profiling BrondelCLI by hand.
+    // Writes a synthetic set as PNG files, for the end-to-end runs and for profiling BrondelCLI by hand.
     if (argc == 4 && std::string(argv[1]) == "--write-set")
     {
         std::cout << SaveSyntheticSet(MakeSyntheticSet(std::stoi(argv[2])), argv[3]) << std::endl;
@@ -322,13 +241,6 @@ int main(int argc, char** argv)
     QCoreApplication app(argc, argv);
     benchmark::Initialize(&argc, argv);
 
-    // Whole batch runs first, while this process is still small.
-    for (const int size : {1024, 4096})
-        benchmark::RegisterBenchmark(("BrondelCLI -nSave -dSave -aoSave -aSave " + SizeName(size)).c_str(),
-                                     BatchRun, size)
-            ->Unit(benchmark::kMillisecond)
-            ->UseRealTime()
-            ->Iterations(1);
     for (const int size : {1024, 4096})
     {
         const bool big = size == 4096;
@@ -369,10 +281,6 @@ int main(int argc, char** argv)
                       << reference->second / ours->second << "x";
         std::cout << "\n";
     }
-    for (const auto& [size, figures] : batchFigures)
-        std::cout << "\nBrondelCLI -nSave -dSave -aoSave -aSave on " << SizeName(size) << ": "
-                  << std::setprecision(2) << figures.seconds << " s, peak memory " << std::setprecision(0)
-                  << figures.peakMiB << " MiB, exit status " << figures.status;
     std::cout << std::endl;
     benchmark::Shutdown();
     return 0;
