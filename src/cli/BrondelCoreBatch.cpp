@@ -54,8 +54,7 @@ std::bitset<kImageTypeCount> MembersToDecode(const BatchOutputs& outputs)
         for (const ImageType type : {ImageType::Top, ImageType::Bottom, ImageType::Left, ImageType::Right,
                                      ImageType::Front, ImageType::Diffuse})
             decode.set(type);
-    if (outputs.Requested(ImageType::Aniso))
-        decode.set(ImageType::Flow);
+    // The flow map is decoded only when its own stage comes, into memory the maps before it gave back.
     if (any({ImageType::Palette, ImageType::Index}))
         decode.set(ImageType::Diffuse);
     // Should the palette not be made, the index map is drawn with the set's own.
@@ -103,7 +102,7 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
     // The run has a processor of its own, logging to standard output, and leaves the loaded sets alone.
     LogOutput batchLog;
     ImageProcessor processor(messageCallback, rootPath, &batchLog);
-    processor.SetPreparesDepthEditor(false);
+    processor.SetBatchMode(true);
 
     std::string source;
     try
@@ -169,7 +168,7 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
         !members.Unreadable().empty() || !setWarnings.empty() || !outputs.Notes().empty();
     if (summaryShown)
         std::cerr << members.Summary() << std::endl;
-    const int loadStatus = members.Unreadable().empty() ? 0 : 1;
+    int loadStatus = members.Unreadable().empty() ? 0 : 1;
 
     bool anyLoaded = false;
     for (int type = 0; type < kImageTypeCount; ++type)
@@ -228,8 +227,7 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
             outputs.Save(processor, ImageType::NormalOpacity);
             // What no later stage reads is let go as soon as it is written: the run's peak memory is
             // what is held at once, and a big sheet holds a dozen images.
-            Release(processor, {ImageType::Top, ImageType::Bottom, ImageType::Left, ImageType::Right,
-                                ImageType::Front, ImageType::NormalOpacity});
+            Release(processor, {ImageType::NormalOpacity});
 
             bool depthMade = false;
             if (normalsMade && (depthWanted || aoWanted))
@@ -264,6 +262,16 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
 
     if (outputs.Requested(ImageType::Aniso))
     {
+        if (processor.IsSizedOnly(ImageType::Flow))
+        {
+            processor.LoadImageByName(ImageType::Flow, members.FilesToLoad()[ImageType::Flow], false);
+            const std::string unreadable = members.ExamineLate(ImageType::Flow, processor);
+            if (!unreadable.empty())
+            {
+                std::cerr << unreadable << std::endl;
+                loadStatus = 1;
+            }
+        }
         RunStage(ImageType::Aniso, processor, [&] {
             processor.GenerateAnisotropyMap(batch.anisotropy.expandCount, batch.anisotropy.outputType);
         });

@@ -84,12 +84,26 @@ void SetMembers::Examine(const ImageProcessor& processor)
                        processor.IsSizedOnly(static_cast<ImageType>(type));
         failed[type] = exists[type] && !loaded[type];
         if (failed[type])
-            unreadable.push_back(
-                "Couldn't read " + Quoted(names[type]) + " (" + ImageTypeName(static_cast<ImageType>(type)) +
-                "): " + Reason(static_cast<ImageType>(type)) + "; a blank placeholder is used.");
+            unreadable.push_back(UnreadableLine(static_cast<ImageType>(type)));
     }
     FindOtherExtensions();
     CompareSizes(processor);
+}
+
+std::string SetMembers::ExamineLate(ImageType type, const ImageProcessor& processor)
+{
+    loaded[type] = processor.IsLoaded(type) || processor.IsSizedOnly(type);
+    failed[type] = exists[type] && !loaded[type];
+    if (!failed[type])
+        return {};
+    unreadable.push_back(UnreadableLine(type));
+    return unreadable.back();
+}
+
+std::string SetMembers::UnreadableLine(ImageType type) const
+{
+    return "Couldn't read " + Quoted(names[type]) + " (" + ImageTypeName(type) + "): " + Reason(type) +
+           "; a blank placeholder is used.";
 }
 
 std::string SetMembers::Reason(ImageType type) const

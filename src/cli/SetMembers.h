@@ -28,6 +28,9 @@ public:
 
     // Compares what was loaded with what is on disk; call after the processor has loaded FilesToLoad().
     void Examine(const ImageProcessor& processor);
+    // Examines again one member decoded after the others; returns its line as Unreadable() would have
+    // it, or nothing when it was read.
+    std::string ExamineLate(ImageType type, const ImageProcessor& processor);
     // One line per member that exists but could not be read, naming the file and the reason.
     const std::vector<std::string>& Unreadable() const { return unreadable; }
     // Members left out for another extension, inputs and earlier maps of another size than the profiles.
@@ -37,6 +40,7 @@ public:
 
 private:
     std::string Reason(ImageType type) const;
+    std::string UnreadableLine(ImageType type) const;
     void FindOtherExtensions();
     void CompareSizes(const ImageProcessor& processor);
 

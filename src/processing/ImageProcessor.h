@@ -102,9 +102,10 @@ public:
     void ClearDepthEditor();
     void CreateEmptyDepthMapIfNeeded();
     void InitialiseDepthEditor();
-    // Whether the generators prepare a depth editor for the new depth map; a run without an artist at
-    // it has no use for one, which at sheet size is hundreds of megabytes.
-    void SetPreparesDepthEditor(bool prepares) { preparesDepthEditor = prepares; }
+    // For a batch run, which makes each map once with no artist at it: generators prepare no depth
+    // editor (hundreds of megabytes at sheet size) and let go of the inputs they have spent (the
+    // lighting profiles, once the normals are made), so the maps they go on to make reuse that memory.
+    void SetBatchMode(bool batch) { batchMode = batch; }
     void MarkDepthEdited() { depthEditorActive = 1; }
     bool HasDepthBeenEdited() const { return depthEditorActive != 0; }
 
@@ -178,7 +179,7 @@ private:
     float depthRange = 1.0f;
     MessageCallback messageCallback;
     int depthEditorActive = 0;
-    bool preparesDepthEditor = true;
+    bool batchMode = false;
 
     // The generation under way, if any: where discarded state goes, and whom to tell about progress.
     Transaction* transaction = nullptr;

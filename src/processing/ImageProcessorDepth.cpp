@@ -110,7 +110,7 @@ void ImageProcessor::GenerateDepthMapFromNormals(int refinementSteps, bool respe
     }
     normalDepth->MarkChanged();
     SetImage(normalDepth.release(), ImageType::NormalDepth);
-    if (preparesDepthEditor)
+    if (!batchMode)
         InitialiseDepthEditor();
     token.Report(100);
     work.Commit();

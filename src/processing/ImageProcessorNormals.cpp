@@ -66,6 +66,10 @@ void ImageProcessor::GenerateNormals(float bend, float rotationDirection, float 
     Log(line.str());
 
     FinishNormals(in, {bend, rotationDirection, rotationAmount, autofixFlatNormals}, flatFactor, normals);
+    if (batchMode)
+        for (const ImageType type :
+             {ImageType::Top, ImageType::Bottom, ImageType::Left, ImageType::Right, ImageType::Front})
+            ReleaseImage(type);
     token.Report(70);
     CalculateNormalMips();
     token.Report(80);

@@ -100,6 +100,17 @@ TEST(BrondelCLISafety, UnreadableMembersAreNamedWithTheirReasonAndFailTheRun)
                              "unreadable Top, Front, Specular, Emissive."))
         << run.err;
 
+    // A flow map is decoded only when the anisotropy map is made, after the others; a damaged one is
+    // still named, and still fails the run, while the maps before it are written.
+    QFile::resize(QString::fromStdString(folder.File("X_Flow.png")),
+                  FileBytes(folder.File("X_Flow.png")).size() / 2);
+    const CLIProcessResult flow = RunBrondelCLI(folder.Path(), {"-source", "X_Left.png", "-dSave", "-aSave"});
+    EXPECT_EQ(flow.status, 1);
+    EXPECT_TRUE(Has(flow.err, "Couldn't read \"./X_Flow.png\" (Flow): a damaged or truncated PNG"))
+        << flow.err;
+    EXPECT_TRUE(FileExists(folder.File("X_Depth.png")));
+    EXPECT_FALSE(FileExists(folder.File("X_Aniso.png")));
+
     // A FIFO would block whoever opens it until a writer comes; it must never be opened.
     ASSERT_EQ(mkfifo(folder.File("X_Silhouette.png").c_str(), 0600), 0);
     const CLIProcessResult fifo =
