@@ -1,5 +1,6 @@
 #include "core/PngWriter.h"
 
+#include "core/KernelTargets.h"
 #include "core/Parallel.h"
 
 #include <isa-l/igzip_lib.h>
@@ -89,6 +90,7 @@ constexpr int kSampleEvery = 256;
 
 // Filters one row (raw, with the previous raw row, all zero for the first row) into out[0] = filter
 // type, out[1..] the filtered bytes, choosing the filter with the smallest signed cost.
+BRONDEL_WIDE_CLONES
 void FilterRow(const std::uint8_t* __restrict row, const std::uint8_t* __restrict previous, int bytes,
                int bpp, std::uint8_t* __restrict out, std::vector<std::uint8_t>& scratch)
 {
@@ -176,6 +178,19 @@ bool DeflatePiece(const std::uint8_t* data, std::size_t size, bool last, std::ve
     const bool finished = last ? stream.internal_state.state == ZSTATE_END : true;
     return result == COMP_OK && stream.avail_in == 0 && finished;
 }
+// One row of RGB and alpha planes as RGBA.
+BRONDEL_WIDE_CLONES
+void InterleaveRow(const std::uint8_t* __restrict rgb, const std::uint8_t* __restrict a, int width,
+                   std::uint8_t* __restrict out)
+{
+    for (int x = 0; x < width; ++x)
+    {
+        const std::uint32_t pixel =
+            static_cast<std::uint32_t>(rgb[3 * x]) | static_cast<std::uint32_t>(rgb[3 * x + 1]) << 8 |
+            static_cast<std::uint32_t>(rgb[3 * x + 2]) << 16 | static_cast<std::uint32_t>(a[x]) << 24;
+        std::memcpy(out + 4 * static_cast<std::size_t>(x), &pixel, 4);
+    }
+}
 } // namespace
 
 std::vector<char> EncodePng(const PlaneView<const std::uint8_t>& colour,
@@ -212,19 +227,10 @@ std::vector<char> EncodePng(const PlaneView<const std::uint8_t>& colour,
             {
                 std::uint8_t* dst = raw.data() + static_cast<std::size_t>(y - firstRow + 1) * rowBytes;
                 const std::uint8_t* rgb = colour.Row(y);
-                if (!hasAlpha)
-                {
+                if (hasAlpha)
+                    InterleaveRow(rgb, alpha.Row(y), width, dst);
+                else
                     std::memcpy(dst, rgb, static_cast<std::size_t>(rowBytes));
-                    continue;
-                }
-                const std::uint8_t* a = alpha.Row(y);
-                for (int x = 0; x < width; ++x)
-                {
-                    dst[4 * x] = rgb[3 * x];
-                    dst[4 * x + 1] = rgb[3 * x + 1];
-                    dst[4 * x + 2] = rgb[3 * x + 2];
-                    dst[4 * x + 3] = a[x];
-                }
             }
             filtered.resize(stride * rows);
             for (int r = 0; r < rows; ++r)

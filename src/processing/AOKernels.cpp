@@ -2,7 +2,7 @@
 
 #include "core/NumericHelpers.h"
 #include "core/Parallel.h"
-#include "processing/KernelTargets.h"
+#include "core/KernelTargets.h"
 
 #include <algorithm>
 #include <cstring>

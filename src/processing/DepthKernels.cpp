@@ -1,7 +1,7 @@
 #include "processing/DepthKernels.h"
 
 #include "core/Parallel.h"
-#include "processing/KernelTargets.h"
+#include "core/KernelTargets.h"
 
 #include <algorithm>
 #include <limits>
