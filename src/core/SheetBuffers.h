@@ -43,7 +43,7 @@ public:
     ScratchArray& operator=(const ScratchArray&) = delete;
     ~ScratchArray() { SheetAllocator<T>().deallocate(values, length); }
 
-    T* get() const { return values; }
+    T* data() const { return values; }
     std::size_t size() const { return length; }
 
 private:

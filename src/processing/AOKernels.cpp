@@ -1,8 +1,8 @@
 #include "processing/AOKernels.h"
 
+#include "core/KernelTargets.h"
 #include "core/NumericHelpers.h"
 #include "core/Parallel.h"
-#include "core/KernelTargets.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,7 +1,7 @@
 #include "processing/DepthKernels.h"
 
-#include "core/Parallel.h"
 #include "core/KernelTargets.h"
+#include "core/Parallel.h"
 
 #include <algorithm>
 #include <limits>

@@ -133,8 +133,8 @@ void ImageProcessor::RefineDepthFromNormal(int steps, int level, EdgeArray* edge
     const ScratchArray<float> riseX(size);
     const ScratchArray<float> riseY(size);
     const ScratchArray<float> scratch(size);
-    ComputeRises(normals, w, h, riseX.get(), riseY.get());
-    RelaxationGrid grid{w, h, riseX.get(), riseY.get(), nullptr, nullptr};
+    ComputeRises(normals, w, h, riseX.data(), riseY.data());
+    RelaxationGrid grid{w, h, riseX.data(), riseY.data(), nullptr, nullptr};
     // Edges only ever separate full-resolution pixels; an edge array of another size (or one
     // without flags) cannot be matched to this level and is left out.
     if (respectSelectedEdges && level == 0 && edges != nullptr && edges->GetWidth() == w &&
@@ -152,12 +152,12 @@ void ImageProcessor::RefineDepthFromNormal(int steps, int level, EdgeArray* edge
     for (int step = 0; step < steps; step += 50)
     {
         const int upTo = std::min(step + 1, kept);
-        RelaxDepth(grid, depth, scratch.get(), upTo - done);
+        RelaxDepth(grid, depth, scratch.data(), upTo - done);
         done = upTo;
         Log("Finished refine step " + std::to_string(step) + " of " + std::to_string(steps) + ".");
         ReportProgress(static_cast<float>(upTo) / static_cast<float>(steps > 0 ? steps : 1));
     }
-    RelaxDepth(grid, depth, scratch.get(), kept - done);
+    RelaxDepth(grid, depth, scratch.data(), kept - done);
     Log("Depth refinement completed.");
     ReportProgress(1.0f);
 }

@@ -135,7 +135,8 @@ TEST(AO, ReportsProgressAndMatchesThePlainLoopEndToEnd)
     EXPECT_EQ(f.log.lines, (std::vector<std::string>{"Generating AO map...", "Precalculations complete.",
                                                      "0% finished.", "41% finished.", "83% finished.",
                                                      "Ambient occlusion map complete."}));
-    const std::vector<float> red = Plain(ReadChannel(*f.processor.GetImage(ImageType::Depth), Channel::Red, 120, 9));
+    const std::vector<float> red =
+        Plain(ReadChannel(*f.processor.GetImage(ImageType::Depth), Channel::Red, 120, 9));
     const auto expect = [&](const std::vector<std::uint8_t>* alpha) {
         const ReferenceAOResult expected =
             ReferenceAmbientOcclusion(ReferenceAOHeights(red, alpha), 120, 9, 0.02f, 3, 1, 0.25f);

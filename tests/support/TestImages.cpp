@@ -82,4 +82,3 @@ bool SameBytes(const Image& a, const Image& b)
             return false;
     return true;
 }
-
