@@ -321,7 +321,14 @@ void ImageProcessor::ClearDepthMap()
     }
     else
         for (ZeroedArray<float>& level : depthArrays)
-            std::fill(level.begin(), level.end(), 0.0f);
+        {
+            // A sheet's level is tens of megabytes, cleared on every thread.
+            float* values = level.data();
+            const std::size_t count = level.size();
+            ParallelFor(0, 64, [&](int from, int to) {
+                std::fill(values + count * from / 64, values + count * to / 64, 0.0f);
+            });
+        }
     ClearDepthEditor();
 }
 
