@@ -43,7 +43,7 @@ test-asan: deps
 run: build
 	@bash tools/run.sh $(BUILD)
 
-lint: configure
+lint: build
 	@bash tools/lint.sh $(BUILD)
 
 # The benchmarks' programs are all built before any of them is timed: this tree's, then BrondelCLI as
