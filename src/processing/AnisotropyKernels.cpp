@@ -1,6 +1,7 @@
 #include "processing/AnisotropyKernels.h"
 
 #include "core/Image.h"
+#include "core/KernelTargets.h"
 #include "core/Parallel.h"
 
 #include <algorithm>
@@ -137,127 +138,222 @@ template <int Format> std::array<std::uint8_t, 3> EncodeValue(Vector2D& v)
     return {Image::ChannelToByte(r), Image::ChannelToByte(g), Image::ChannelToByte(b)};
 }
 
-template <int Format> void EncodeAs(Vector2D* values, int width, int height, Image& map)
+// One row of values into one row of the map's colour and alpha planes. Zero vectors fill flat areas and
+// the frame the expansion leaves, so their bytes are worked out once and passed in.
+template <int Format>
+void EncodeRow(Vector2D* row, int width, const std::array<std::uint8_t, 3>& zeroBytes, std::uint8_t* out,
+               std::uint8_t* alpha)
 {
-    // Zero vectors fill flat areas and the frame expansion leaves, so their encoding is worked out once.
-    Vector2D zero;
-    const std::array<std::uint8_t, 3> zeroBytes = EncodeValue<Format>(zero);
-    const PlaneView<std::uint8_t> rgb = map.ColourView();
-    const PlaneView<std::uint8_t> alpha = map.AlphaView();
-    ParallelFor(0, height, [&](int from, int to) {
-        for (int y = from; y < to; ++y)
-        {
-            Vector2D* row = values + static_cast<std::size_t>(y) * width;
-            std::uint8_t* out = rgb.Row(y);
-            for (int x = 0; x < width; ++x)
-            {
-                const std::array<std::uint8_t, 3> bytes =
-                    IsPositiveZero(row[x]) ? zeroBytes : EncodeValue<Format>(row[x]);
-                out[3 * x] = bytes[0];
-                out[3 * x + 1] = bytes[1];
-                out[3 * x + 2] = bytes[2];
-            }
-            std::fill(alpha.Row(y), alpha.Row(y) + width, std::uint8_t{255});
-        }
-    });
-    map.MarkChanged();
+    for (int x = 0; x < width; ++x)
+    {
+        const std::array<std::uint8_t, 3> bytes = IsPositiveZero(row[x]) ? zeroBytes : EncodeValue<Format>(row[x]);
+        out[3 * x] = bytes[0];
+        out[3 * x + 1] = bytes[1];
+        out[3 * x + 2] = bytes[2];
+    }
+    std::fill(alpha, alpha + width, std::uint8_t{255});
 }
+
+template <int Format> std::array<std::uint8_t, 3> ZeroBytes()
+{
+    Vector2D zero;
+    return EncodeValue<Format>(zero);
+}
+
+// Encodes one row in the given format; an unknown format leaves the row of the map as it is.
+void EncodeRowAs(int format, Vector2D* row, int width, std::uint8_t* out, std::uint8_t* alpha)
+{
+    switch (format)
+    {
+    case AnisotropyFormat::StandardVectorFormat:
+    {
+        static const std::array<std::uint8_t, 3> zero = ZeroBytes<AnisotropyFormat::StandardVectorFormat>();
+        EncodeRow<AnisotropyFormat::StandardVectorFormat>(row, width, zero, out, alpha);
+        break;
+    }
+    case AnisotropyFormat::AngleDoubledVectorFormat:
+    {
+        static const std::array<std::uint8_t, 3> zero = ZeroBytes<AnisotropyFormat::AngleDoubledVectorFormat>();
+        EncodeRow<AnisotropyFormat::AngleDoubledVectorFormat>(row, width, zero, out, alpha);
+        break;
+    }
+    case AnisotropyFormat::OrientationAngleFormat:
+    {
+        static const std::array<std::uint8_t, 3> zero = ZeroBytes<AnisotropyFormat::OrientationAngleFormat>();
+        EncodeRow<AnisotropyFormat::OrientationAngleFormat>(row, width, zero, out, alpha);
+        break;
+    }
+    default:
+        break;
+    }
+}
+
+bool IsKnownFormat(int format)
+{
+    return format == AnisotropyFormat::StandardVectorFormat || format == AnisotropyFormat::AngleDoubledVectorFormat ||
+           format == AnisotropyFormat::OrientationAngleFormat;
+}
+
+// The orientations of row y from the 2x2 blocks whose top-left corners lie on it.
+struct FlowRows
+{
+    explicit FlowRows(const Image& flow)
+        : plane(flow.ColourView()), width(flow.GetWidth()), height(flow.GetHeight()),
+          rightOfLast(flow.MapX(width)), belowLast(flow.MapY(height))
+    {}
+
+    void Orientations(int y, OrientationMemo& memo, Vector2D* out) const
+    {
+        const std::uint8_t* upper = plane.Row(y);
+        const std::uint8_t* lower = plane.Row(y + 1 < height ? y + 1 : belowLast);
+        for (int x = 0; x < width; ++x)
+        {
+            const int right = 3 * (x + 1 < width ? x + 1 : rightOfLast);
+            const float a = Image::ByteToChannel(upper[3 * x]);
+            const float b = Image::ByteToChannel(upper[right]);
+            const float c = Image::ByteToChannel(lower[3 * x]);
+            const float d = Image::ByteToChannel(lower[right]);
+            const float gx = (b + d) - (a + c);
+            const float gy = (a + b) - (c + d);
+            // Flat areas are common and their value is known: equal sums subtract to +0, and any
+            // orientation scaled by a zero strength is (+0, +0).
+            out[x] = (gx == 0.0f && gy == 0.0f) ? Vector2D() : memo.Get(gx, gy);
+        }
+    }
+
+    PlaneView<const std::uint8_t> plane;
+    int width;
+    int height;
+    // The right neighbour of the last column and the row below the last, as GetPixel maps them.
+    int rightOfLast;
+    int belowLast;
+};
+
+// One row of a smoothing pass from the three rows around it in the pass before, taken as flat arrays of
+// interleaved x and y. Each value adds its nine neighbours row by row, left to right, from +0 (so a
+// lone -0 still comes out +0), as the plain loop does; neighbouring values are independent, so the loop
+// runs several side by side.
+BRONDEL_WIDE_CLONES
+void MeanRow(const float* above, const float* row, const float* below, float* out, int width)
+{
+    for (int i = 4; i < 2 * width - 4; ++i)
+    {
+        float sum = 0.0f;
+        sum += above[i - 2];
+        sum += above[i];
+        sum += above[i + 2];
+        sum += row[i - 2];
+        sum += row[i];
+        sum += row[i + 2];
+        sum += below[i - 2];
+        sum += below[i];
+        sum += below[i + 2];
+        out[i] = sum / 9.0f;
+    }
+}
+
+// Whether row y of a smoothing pass lies wholly in the two-pixel frame that the pass zeroes.
+bool IsFrameRow(int y, int width, int height)
+{
+    return y < 2 || y >= height - 2 || width <= 4;
+}
+
+// Row y of the smoothing pass `level` (0: the orientations themselves), each pass keeping the last three
+// rows it made. Asked for rows in increasing order, every row of every pass is made once, apart from
+// the few above the first row asked for that a stream starting mid-image has to make again.
+class ExpansionStream
+{
+public:
+    ExpansionStream(const FlowRows& rows, int passes)
+        : flow(rows), width(rows.width), levels(static_cast<std::size_t>(passes) + 1)
+    {
+        for (Level& level : levels)
+            level.rows.assign(3 * static_cast<std::size_t>(width), Vector2D());
+    }
+
+    Vector2D* Row(int level, int y)
+    {
+        Level& made = levels[static_cast<std::size_t>(level)];
+        const int slot = y % 3;
+        Vector2D* out = made.rows.data() + static_cast<std::size_t>(slot) * width;
+        if (made.rowInSlot[slot] == y)
+            return out;
+        if (level == 0)
+            flow.Orientations(y, memo, out);
+        else if (IsFrameRow(y, width, flow.height))
+            std::fill(out, out + width, Vector2D());
+        else
+        {
+            const Vector2D* above = Row(level - 1, y - 1);
+            const Vector2D* row = Row(level - 1, y);
+            const Vector2D* below = Row(level - 1, y + 1);
+            MeanRow(&above->x, &row->x, &below->x, &out->x, width);
+            out[0] = out[1] = out[width - 2] = out[width - 1] = Vector2D();
+        }
+        made.rowInSlot[slot] = y;
+        return out;
+    }
+
+private:
+    struct Level
+    {
+        std::vector<Vector2D> rows;
+        std::array<int, 3> rowInSlot = {-1, -1, -1};
+    };
+    const FlowRows& flow;
+    int width;
+    std::vector<Level> levels;
+    OrientationMemo memo;
+};
 } // namespace
 
 void ComputeFlowOrientations(const Image& flow, Vector2D* values)
 {
-    const int width = flow.GetWidth();
-    const int height = flow.GetHeight();
-    const PlaneView<const std::uint8_t> plane = flow.ColourView();
-    // The right neighbour of the last column and the row below the last, as GetPixel maps them.
-    const int rightOfLast = flow.MapX(width);
-    const int belowLast = flow.MapY(height);
-    ParallelFor(0, height, [&](int from, int to) {
+    const FlowRows rows(flow);
+    ParallelFor(0, rows.height, [&](int from, int to) {
         OrientationMemo memo;
         for (int y = from; y < to; ++y)
-        {
-            const std::uint8_t* upper = plane.Row(y);
-            const std::uint8_t* lower = plane.Row(y + 1 < height ? y + 1 : belowLast);
-            Vector2D* out = values + static_cast<std::size_t>(y) * width;
-            for (int x = 0; x < width; ++x)
-            {
-                const int right = 3 * (x + 1 < width ? x + 1 : rightOfLast);
-                const float a = Image::ByteToChannel(upper[3 * x]);
-                const float b = Image::ByteToChannel(upper[right]);
-                const float c = Image::ByteToChannel(lower[3 * x]);
-                const float d = Image::ByteToChannel(lower[right]);
-                const float gx = (b + d) - (a + c);
-                const float gy = (a + b) - (c + d);
-                // Flat areas are common and their value is known: equal sums subtract to +0, and
-                // any orientation scaled by a zero strength is (+0, +0).
-                out[x] = (gx == 0.0f && gy == 0.0f) ? Vector2D() : memo.Get(gx, gy);
-            }
-        }
-    });
-}
-
-void ExpandOrientationsInto(const Vector2D* values, Vector2D* mean, int width, int height)
-{
-    // The two-pixel frame becomes zero; with four or fewer rows or columns that is everything.
-    const auto clearRow = [&](int y) {
-        std::fill(mean + static_cast<std::size_t>(y) * width, mean + static_cast<std::size_t>(y + 1) * width,
-                  Vector2D());
-    };
-    for (int y = 0; y < height; ++y)
-    {
-        if (y < 2 || y >= height - 2 || width <= 4)
-        {
-            clearRow(y);
-            continue;
-        }
-        Vector2D* row = mean + static_cast<std::size_t>(y) * width;
-        row[0] = row[1] = row[width - 2] = row[width - 1] = Vector2D();
-    }
-    ParallelFor(2, height - 2, [&](int from, int to) {
-        // A row of sums at a time. Each pixel still adds its nine neighbours row by row, left to right,
-        // as the plain loop does, but neighbouring pixels' sums proceed side by side.
-        std::vector<Vector2D> sum(static_cast<std::size_t>(std::max(0, width)));
-        for (int y = from; y < to; ++y)
-        {
-            std::fill(sum.begin(), sum.end(), Vector2D());
-            for (int dy = -1; dy <= 1; ++dy)
-            {
-                const Vector2D* row = values + static_cast<std::size_t>(y + dy) * width;
-                for (int dx = -1; dx <= 1; ++dx)
-                    for (int x = 2; x < width - 2; ++x)
-                    {
-                        sum[static_cast<std::size_t>(x)].x += row[x + dx].x;
-                        sum[static_cast<std::size_t>(x)].y += row[x + dx].y;
-                    }
-            }
-            Vector2D* out = mean + static_cast<std::size_t>(y) * width;
-            for (int x = 2; x < width - 2; ++x)
-                out[x] = sum[static_cast<std::size_t>(x)] / 9.0f;
-        }
+            rows.Orientations(y, memo, values + static_cast<std::size_t>(y) * rows.width);
     });
 }
 
 void ExpandOrientations(Vector2D* values, int width, int height)
 {
     std::vector<Vector2D> mean(static_cast<std::size_t>(width) * height);
-    ExpandOrientationsInto(values, mean.data(), width, height);
+    ParallelFor(0, height, [&](int from, int to) {
+        for (int y = from; y < to; ++y)
+        {
+            Vector2D* out = mean.data() + static_cast<std::size_t>(y) * width;
+            if (IsFrameRow(y, width, height))
+            {
+                std::fill(out, out + width, Vector2D());
+                continue;
+            }
+            const Vector2D* row = values + static_cast<std::size_t>(y) * width;
+            MeanRow(&(row - width)->x, &row->x, &(row + width)->x, &out->x, width);
+            out[0] = out[1] = out[width - 2] = out[width - 1] = Vector2D();
+        }
+    });
     std::copy(mean.begin(), mean.end(), values);
 }
 
-void EncodeAnisotropy(Vector2D* values, int width, int height, int format, Image& map)
+void StreamAnisotropyRows(const Image& flow, int passes, int format, int from, int to, Image& map,
+                          Vector2D* values)
 {
-    switch (format)
+    const bool encode = IsKnownFormat(format);
+    if (!encode && values == nullptr)
+        return;
+    const FlowRows rows(flow);
+    ExpansionStream stream(rows, std::max(0, passes));
+    const PlaneView<std::uint8_t> rgb = map.ColourView();
+    const PlaneView<std::uint8_t> alpha = map.AlphaView();
+    for (int y = from; y < to; ++y)
     {
-    case AnisotropyFormat::StandardVectorFormat:
-        EncodeAs<AnisotropyFormat::StandardVectorFormat>(values, width, height, map);
-        break;
-    case AnisotropyFormat::AngleDoubledVectorFormat:
-        EncodeAs<AnisotropyFormat::AngleDoubledVectorFormat>(values, width, height, map);
-        break;
-    case AnisotropyFormat::OrientationAngleFormat:
-        EncodeAs<AnisotropyFormat::OrientationAngleFormat>(values, width, height, map);
-        break;
-    default:
-        break;
+        // Nothing reads the last pass's rows again, so the encoding may normalise them where they lie.
+        Vector2D* made = stream.Row(std::max(0, passes), y);
+        if (encode)
+            EncodeRowAs(format, made, rows.width, rgb.Row(y), alpha.Row(y));
+        if (values != nullptr)
+            std::copy(made, made + rows.width, values + static_cast<std::size_t>(y) * rows.width);
     }
 }

@@ -14,8 +14,6 @@ void ComputeFlowOrientations(const Image& flow, Vector2D* values);
 // One smoothing pass in place: each pixel at least two away from every border becomes the mean of its
 // 3x3 block, and the two-pixel frame becomes zero.
 void ExpandOrientations(Vector2D* values, int width, int height);
-// The same pass from one array into another of the same shape, for repeated passes without copies.
-void ExpandOrientationsInto(const Vector2D* values, Vector2D* mean, int width, int height);
 
 // The formats sit in a namespace of their own so their names never collide with other code's; they stay
 // an unscoped enum because the format travels as a plain int through the core and the batch options.
@@ -29,6 +27,11 @@ enum AnisotropyFormat : int
 } // namespace AnisotropyFormats
 using AnisotropyFormats::AnisotropyFormat;
 
-// Writes the array into `map` (width x height, freshly made) in the given format; an unknown format
-// leaves the map as it is. The angle-doubled format normalises the array's long vectors in place.
-void EncodeAnisotropy(Vector2D* values, int width, int height, int format, Image& map);
+// The whole generation for rows [from, to) of `map` (the flow map's size, freshly made), a row at a time: each pass
+// keeps only the three rows of the pass before that it needs, so no sheet-sized array stands between
+// them, and rows above `from` that the passes need are made again rather than shared. The array is then
+// written into the map in the given format; an unknown format leaves the map as it is, and the
+// angle-doubled format normalises the long vectors. When `values` is not null its rows [from, to)
+// receive the final array.
+void StreamAnisotropyRows(const Image& flow, int passes, int format, int from, int to, Image& map,
+                          Vector2D* values);

@@ -1,10 +1,12 @@
 #include "processing/ImageProcessor.h"
 
 #include "core/Image.h"
+#include "core/Parallel.h"
 #include "processing/AnisotropyKernels.h"
 #include "processing/ImageBuffers.h"
 #include "processing/ImageProcessorTransaction.h"
 
+#include <algorithm>
 #include <memory>
 #include <string>
 
@@ -26,19 +28,28 @@ void ImageProcessor::GenerateAnisotropyMap(int expansionCount, int outputFormat,
     auto map = std::make_unique<Image>(flowWidth, flowHeight);
     RequirePixels(*map);
 
-    PopulateAnisotropyArray();
-    Log("Anisotropy reduction complete. Expanding values...");
-    // Passes alternate between the array and one scratch array rather than allocating and copying back.
-    ZeroedArray<Vector2D> scratch(expansionCount > 0 ? anisotropyArray.size() : 0);
-    for (int i = 1; i <= expansionCount; ++i)
+    // Orientations, smoothing passes and encoding run together a few rows at a time, in bands so that
+    // progress is heard and a cancel noticed between them. The array they leave is kept for the preview;
+    // a batch run never reads it, so it is not made there.
+    const int passes = std::max(0, expansionCount);
+    ZeroedArray<Vector2D> fresh(batchMode ? 0 : static_cast<std::size_t>(flowWidth) * flowHeight);
+    constexpr int kBands = 8;
+    for (int band = 0; band < kBands; ++band)
     {
-        ExpandOrientationsInto(anisotropyArray.data(), scratch.data(), flowWidth, flowHeight);
-        anisotropyArray.swap(scratch);
-        Log("Expansion " + std::to_string(i) + " of " + std::to_string(expansionCount) + " completed.");
-        token.Report(10 + 80 * i / expansionCount);
+        ParallelFor(flowHeight * band / kBands, flowHeight * (band + 1) / kBands, [&](int from, int to) {
+            StreamAnisotropyRows(*flow, passes, outputFormat, from, to, *map, fresh.empty() ? nullptr : fresh.data());
+        });
+        token.Report(10 + 80 * (band + 1) / kBands);
     }
+    map->MarkChanged();
+    if (transaction != nullptr)
+        transaction->KeepAnisotropyArray(std::move(anisotropyArray));
+    anisotropyArray = std::move(fresh);
+    Log("Initial flow analysis complete.");
+    Log("Anisotropy reduction complete. Expanding values...");
+    for (int i = 1; i <= expansionCount; ++i)
+        Log("Expansion " + std::to_string(i) + " of " + std::to_string(expansionCount) + " completed.");
 
-    EncodeAnisotropy(anisotropyArray.data(), flowWidth, flowHeight, outputFormat, *map);
     SetImage(map.release(), ImageType::Aniso);
     Log("Anisotropy map completed.");
     token.Report(100);

@@ -135,11 +135,12 @@ TEST(AnisotropyFast, MatchesTheReferenceByteForByte)
         const ThreadCount scope(threads);
         for (const auto& [w, h, wrapX, wrapY] :
              {std::tuple{31, 17, false, false}, std::tuple{16, 24, true, false},
-              std::tuple{9, 6, false, true}, std::tuple{1, 1, true, true}, std::tuple{3, 7, true, true}})
+              std::tuple{9, 6, false, true}, std::tuple{1, 1, true, true}, std::tuple{3, 7, true, true},
+              std::tuple{40, 83, false, false}, std::tuple{12, 13, true, true}})
         {
             const auto flow = rings(w, h, wrapX, wrapY);
             for (const int format : {0, 1, 2, 7})
-                for (const int expansions : {0, 1, 2})
+                for (const int expansions : {0, 1, 2, 5})
                 {
                     std::vector<Vector2D> expectedValues;
                     const auto expected = ReferenceAnisotropyMap(*flow, expansions, format, &expectedValues);
@@ -150,6 +151,10 @@ TEST(AnisotropyFast, MatchesTheReferenceByteForByte)
                     EXPECT_EQ(std::memcmp(f.processor.GetAnisotropyArray(), expectedValues.data(),
                                           expectedValues.size() * sizeof(Vector2D)),
                               0);
+                    // A batch run keeps no array, and must not make the map any differently for it.
+                    Fixture batch;
+                    batch.processor.SetBatchMode(true);
+                    EXPECT_TRUE(SameBytes(batch.Generate(*flow, expansions, format), *expected));
                 }
         }
     }
