@@ -76,20 +76,18 @@ bool IsPositiveZero(const Vector2D& v)
     return (x | y) == 0;
 }
 
-// trunc(scaled) for 0 <= scaled < 256, saturated at 255, or -1 when scaled lies so close to a whole
-// number that the float evaluation of the same quantity might land on the other side of it. The float
-// path strays from the true value by well under 1e-4 here (a couple of ulps in atan2 and cos, three
-// roundings), so a margin of 1e-3 leaves a wide safety factor; the few values inside it take the exact
-// path.
-int ClearTruncation(double scaled)
+// trunc(scaled) for 0 <= scaled < 256, or -1 when scaled lies so close to a whole number that the float
+// evaluation of the same quantity might land on the other side of it, or outside that range (not a
+// number included, whatever the conversion makes of it). The float path strays from the true value by
+// well under 1e-4 here (a couple of ulps in atan2 and cos, three roundings), so a margin of 1e-3 leaves
+// a wide safety factor; the few values inside it take the exact path. No branches, for loops that work
+// out several values side by side.
+inline int ClearTruncation(double scaled)
 {
-    if (!(scaled >= 0.0 && scaled < 256.0))
-        return -1;
     const int whole = static_cast<int>(scaled);
     const double fraction = scaled - whole;
-    if (fraction < 1e-3 || fraction > 1.0 - 1e-3)
-        return -1;
-    return std::min(whole, 255);
+    const bool clear = (whole >= 0) & (whole <= 255) & (fraction >= 1e-3) & (fraction <= 1.0 - 1e-3);
+    return clear ? whole : -1;
 }
 
 // The encoded bytes (red, green, blue) of one value; the angle-doubled format may rewrite it.
@@ -100,22 +98,6 @@ template <int Format> std::array<std::uint8_t, 3> EncodeValue(Vector2D& v)
     float b = 0.0f;
     if constexpr (Format == AnisotropyFormat::StandardVectorFormat)
     {
-        // Half the doubled angle's cosine and sine follow from the vector by the half-angle formulas, in
-        // double precision, far cheaper than atan2, cos and sin; the result is the same bytes unless a
-        // value sits on a byte boundary.
-        const double x = v.x;
-        const double y = v.y;
-        const double m = std::sqrt(x * x + y * y);
-        if (m > 1e-20 && m < 1e20)
-        {
-            const double c = x / m;
-            const double cosPhi = std::sqrt(std::max(0.0, (1.0 + c) * 0.5));
-            const double sinPhi = std::copysign(std::sqrt(std::max(0.0, (1.0 - c) * 0.5)), y);
-            const int red = ClearTruncation((cosPhi * 0.5 + 0.5) * 255.0);
-            const int green = ClearTruncation((sinPhi * 0.5 + 0.5) * 255.0);
-            if (red >= 0 && green >= 0)
-                return {static_cast<std::uint8_t>(red), static_cast<std::uint8_t>(green), 0};
-        }
         const float phi = std::atan2(v.y, v.x) * 0.5f;
         r = std::cos(phi) * 0.5f + 0.5f;
         g = std::sin(phi) * 0.5f + 0.5f;
@@ -138,15 +120,56 @@ template <int Format> std::array<std::uint8_t, 3> EncodeValue(Vector2D& v)
     return {Image::ChannelToByte(r), Image::ChannelToByte(g), Image::ChannelToByte(b)};
 }
 
+// The red and green bytes of the standard format for a whole row, or -1 in red where a value must take
+// the exact path. Half the doubled angle's cosine and sine follow from the vector by the half-angle
+// formulas, in double precision, far cheaper than atan2, cos and sin; the bytes are the same unless a
+// value sits on a byte boundary, or is too small or too large for the formulas. There are no branches,
+// so several values are worked out side by side.
+BRONDEL_WIDE_CLONES
+void StandardBytesClearOfBoundaries(const Vector2D* row, int width, int* red, int* green)
+{
+    for (int x = 0; x < width; ++x)
+    {
+        const double vx = row[x].x;
+        const double vy = row[x].y;
+        // Squares of floats are exact in double and the sum and root round monotonically, so m >= |vx|
+        // and c stays within [-1, 1]; a zero or huge m gives nonsense that `usable` throws away.
+        const double m = std::sqrt(vx * vx + vy * vy);
+        const double c = vx / m;
+        const double cosPhi = std::sqrt((1.0 + c) * 0.5);
+        const double sinPhi = std::copysign(std::sqrt((1.0 - c) * 0.5), vy);
+        const int r = ClearTruncation((cosPhi * 0.5 + 0.5) * 255.0);
+        const int g = ClearTruncation((sinPhi * 0.5 + 0.5) * 255.0);
+        const bool usable = (m > 1e-20) & (m < 1e20) & (g >= 0);
+        red[x] = usable ? r : -1;
+        green[x] = g;
+    }
+}
+
 // One row of values into one row of the map's colour and alpha planes. Zero vectors fill flat areas and
 // the frame the expansion leaves, so their bytes are worked out once and passed in.
 template <int Format>
 void EncodeRow(Vector2D* row, int width, const std::array<std::uint8_t, 3>& zeroBytes, std::uint8_t* out,
                std::uint8_t* alpha)
 {
+    thread_local std::vector<int> red;
+    thread_local std::vector<int> green;
+    if constexpr (Format == AnisotropyFormat::StandardVectorFormat)
+    {
+        red.resize(static_cast<std::size_t>(width));
+        green.resize(static_cast<std::size_t>(width));
+        StandardBytesClearOfBoundaries(row, width, red.data(), green.data());
+    }
     for (int x = 0; x < width; ++x)
     {
-        const std::array<std::uint8_t, 3> bytes = IsPositiveZero(row[x]) ? zeroBytes : EncodeValue<Format>(row[x]);
+        std::array<std::uint8_t, 3> bytes = zeroBytes;
+        if (IsPositiveZero(row[x]))
+        {}
+        else if (Format == AnisotropyFormat::StandardVectorFormat && red[static_cast<std::size_t>(x)] >= 0)
+            bytes = {static_cast<std::uint8_t>(red[static_cast<std::size_t>(x)]),
+                     static_cast<std::uint8_t>(green[static_cast<std::size_t>(x)]), 0};
+        else
+            bytes = EncodeValue<Format>(row[x]);
         out[3 * x] = bytes[0];
         out[3 * x + 1] = bytes[1];
         out[3 * x + 2] = bytes[2];
