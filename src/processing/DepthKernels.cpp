@@ -154,8 +154,8 @@ void CopyWrapped(const float* row, int width, int start, int count, float* out)
 struct TileBuffers
 {
     std::vector<float> a, b, riseX, riseY;
-    std::vector<const float*> riseXRows, riseYRows; // per local row, into riseX / riseY or the grid
-    std::vector<float> h, vAbove, vOwn;
+    std::vector<const float*> fromRows, riseXRows, riseYRows; // per local row, into a local copy or the grid
+    std::vector<float> vAbove, vOwn;
     std::vector<int> seamColumns; // local columns that are global column 0
 };
 
@@ -180,6 +180,28 @@ void ReturnTileBuffers(TileBuffers* buffers)
     spareTileBuffers.emplace_back(buffers);
 }
 
+// `count` pixels of one row of one relaxation pass inside a tile, every pointer at the first of them:
+// each pixel's two horizontal links and its lower link are worked out where they are added, in one
+// sweep along the row. The link to the left is the previous pixel's own, made again rather than stored
+// (so a[-1] and riseX[-1] are read); the lower links are kept in `own` for the row below, whose upper
+// links they are (`above` holds this row's). The first row of the image adds its upper link last, as
+// the plain loop meets it there.
+template <bool FirstRow>
+[[gnu::always_inline]] inline void RelaxTileRow(const float* __restrict a, const float* __restrict below,
+                                                const float* __restrict riseX, const float* __restrict riseY,
+                                                const float* __restrict above, float* __restrict own,
+                                                float* __restrict b, int count)
+{
+    for (int c = 0; c < count; ++c)
+    {
+        const float left = kLinkShare * (riseX[c - 1] - (a[c] - a[c - 1]));
+        const float right = kLinkShare * (riseX[c] - (a[c + 1] - a[c]));
+        const float down = kLinkShare * (riseY[c] - (below[c] - a[c]));
+        own[c] = down;
+        b[c] = FirstRow ? (((a[c] + left) - right) - down) + above[c] : (((a[c] + left) + above[c]) - right) - down;
+    }
+}
+
 BRONDEL_WIDE_CLONES
 void RelaxTile(const RelaxationGrid& g, const float* from, float* to, int x0, int y0, int tileWidth,
                int tileHeight, int passes, TileBuffers& t)
@@ -192,30 +214,34 @@ void RelaxTile(const RelaxationGrid& g, const float* from, float* to, int x0, in
     for (std::vector<float>* buffer : {&t.a, &t.b, &t.riseX, &t.riseY})
         if (buffer->size() < area)
             buffer->resize(area);
-    for (std::vector<float>* buffer : {&t.h, &t.vAbove, &t.vOwn})
+    for (std::vector<float>* buffer : {&t.vAbove, &t.vOwn})
         if (buffer->size() < static_cast<std::size_t>(lw))
             buffer->resize(static_cast<std::size_t>(lw));
 
     const int gx0 = Modulo(static_cast<long long>(x0) - passes, w);
     const int gy0 = Modulo(static_cast<long long>(y0) - passes, h);
-    // Rises are only read, so where the tile's columns do not wrap they are used in place.
+    // The first pass reads the depth and every pass the rises in place where the tile's columns do not
+    // wrap; where they do, the rows are copied out joined up.
     const bool contiguous = gx0 + lw <= w;
+    t.fromRows.resize(static_cast<std::size_t>(lh));
     t.riseXRows.resize(static_cast<std::size_t>(lh));
     t.riseYRows.resize(static_cast<std::size_t>(lh));
     for (int r = 0; r < lh; ++r)
     {
         const std::size_t row = Index(0, (gy0 + r) % h, w);
         const std::size_t local = Index(0, r, lw);
-        CopyWrapped(from + row, w, gx0, lw, t.a.data() + local);
         if (contiguous)
         {
+            t.fromRows[r] = from + row + gx0;
             t.riseXRows[r] = g.riseX + row + gx0;
             t.riseYRows[r] = g.riseY + row + gx0;
         }
         else
         {
+            CopyWrapped(from + row, w, gx0, lw, t.a.data() + local);
             CopyWrapped(g.riseX + row, w, gx0, lw, t.riseX.data() + local);
             CopyWrapped(g.riseY + row, w, gx0, lw, t.riseY.data() + local);
+            t.fromRows[r] = t.a.data() + local;
             t.riseXRows[r] = t.riseX.data() + local;
             t.riseYRows[r] = t.riseY.data() + local;
         }
@@ -224,56 +250,49 @@ void RelaxTile(const RelaxationGrid& g, const float* from, float* to, int x0, in
     for (int c = (w - gx0) % w; c < lw; c += w)
         t.seamColumns.push_back(c);
 
-    float* src = t.a.data();
-    float* dst = t.b.data();
-    float* hLink = t.h.data();
+    // Odd passes write into b and even ones into a (whose copy of the depth the first pass has spent);
+    // the last pass writes the tile's own pixels straight into `to`.
     float* vAbove = t.vAbove.data();
     float* vOwn = t.vOwn.data();
-    const auto verticalLinks = [&](int r, int c0, int c1, float* out) {
-        const float* row = src + Index(0, r, lw);
-        const float* below = row + lw;
-        const float* rise = t.riseYRows[r];
-        for (int c = c0; c < c1; ++c)
-            out[c] = kLinkShare * (rise[c] - (below[c] - row[c]));
-    };
     for (int k = 1; k <= passes; ++k)
     {
+        const float* previous = k % 2 == 1 ? t.a.data() : t.b.data();
+        float* next = k % 2 == 1 ? t.b.data() : t.a.data();
+        const auto source = [&](int r) { return k == 1 ? t.fromRows[r] : previous + Index(0, r, lw); };
         // Pixels whose whole neighbourhood was valid after the previous pass.
         const int c0 = k;
         const int c1 = lw - k;
-        verticalLinks(k - 1, c0, c1, vAbove);
+        {
+            const float* row = source(k - 1);
+            const float* below = source(k);
+            const float* rise = t.riseYRows[k - 1];
+            for (int c = c0; c < c1; ++c)
+                vAbove[c] = kLinkShare * (rise[c] - (below[c] - row[c]));
+        }
         for (int r = k; r < lh - k; ++r)
         {
-            const float* a = src + Index(0, r, lw);
-            float* b = dst + Index(0, r, lw);
+            const float* a = source(r);
+            const float* below = source(r + 1);
             const float* riseX = t.riseXRows[r];
-            for (int c = c0 - 1; c < c1; ++c)
-                hLink[c] = kLinkShare * (riseX[c] - (a[c + 1] - a[c]));
-            verticalLinks(r, c0, c1, vOwn);
-
+            const float* riseY = t.riseYRows[r];
+            // b points at column c0.
+            float* b = k == passes ? to + Index(x0, y0 + r - passes, w) : next + Index(c0, r, lw);
             const bool firstRow = (gy0 + r) % h == 0;
             if (!firstRow)
-                for (int c = c0; c < c1; ++c)
-                    b[c] = (((a[c] + hLink[c - 1]) + vAbove[c]) - hLink[c]) - vOwn[c];
+                RelaxTileRow<false>(a + c0, below + c0, riseX + c0, riseY + c0, vAbove + c0, vOwn + c0, b, c1 - c0);
             else
-                for (int c = c0; c < c1; ++c)
-                    b[c] = (((a[c] + hLink[c - 1]) - hLink[c]) - vOwn[c]) + vAbove[c];
+                RelaxTileRow<true>(a + c0, below + c0, riseX + c0, riseY + c0, vAbove + c0, vOwn + c0, b, c1 - c0);
             for (const int c : t.seamColumns)
             {
                 if (c < c0 || c >= c1)
                     continue;
-                b[c] = firstRow ? (((a[c] - hLink[c]) - vOwn[c]) + vAbove[c]) + hLink[c - 1]
-                                : (((a[c] + vAbove[c]) - hLink[c]) - vOwn[c]) + hLink[c - 1];
+                const float left = kLinkShare * (riseX[c - 1] - (a[c] - a[c - 1]));
+                const float right = kLinkShare * (riseX[c] - (a[c + 1] - a[c]));
+                b[c - c0] = firstRow ? (((a[c] - right) - vOwn[c]) + vAbove[c]) + left
+                                     : (((a[c] + vAbove[c]) - right) - vOwn[c]) + left;
             }
             std::swap(vAbove, vOwn);
         }
-        std::swap(src, dst);
-    }
-
-    for (int r = 0; r < tileHeight; ++r)
-    {
-        const float* local = src + Index(passes, passes + r, lw);
-        std::copy(local, local + tileWidth, to + Index(x0, y0 + r, w));
     }
 }
 

@@ -87,7 +87,7 @@ TEST(DepthKernels, RelaxationMatchesTheLinkWalkBitForBit)
                                          {2, 9}, {5, 7}, {31, 17}, {300, 70}};
     for (const auto& [w, h] : sizes)
         for (int cuts = 0; cuts < 4; ++cuts) // none, right only, below only, both
-            for (const int passes : {1, 9})
+            for (const int passes : {1, 3, 9})
                 for (int threads = 1; threads <= 2; ++threads)
                 {
                     SCOPED_TRACE(testing::Message() << w << "x" << h << " cuts " << cuts << " passes "
