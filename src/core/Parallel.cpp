@@ -84,3 +84,14 @@ void ParallelFor(int begin, int end, const std::function<void(int from, int to)>
         if (failure)
             std::rethrow_exception(failure);
 }
+
+void ParallelForElements(std::size_t count, const std::function<void(std::size_t from, std::size_t to)>& body)
+{
+    // Sixty-four slices, whatever the thread count, so that each thread takes a contiguous run of them.
+    constexpr int kSlices = 64;
+    if (count == 0)
+        return;
+    ParallelFor(0, kSlices, [&](int from, int to) {
+        body(count * static_cast<std::size_t>(from) / kSlices, count * static_cast<std::size_t>(to) / kSlices);
+    });
+}

@@ -198,10 +198,7 @@ void* Allocate(std::size_t bytes, bool zeroed)
         {
             // Cleared on every thread: a reused block can be a couple of hundred megabytes.
             auto* start = static_cast<std::uint8_t*>(memory);
-            ParallelFor(0, 64, [&](int from, int to) {
-                const std::size_t begin = stale * static_cast<std::size_t>(from) / 64;
-                std::memset(start + begin, 0, stale * static_cast<std::size_t>(to) / 64 - begin);
-            });
+            ParallelForElements(stale, [&](std::size_t from, std::size_t to) { std::memset(start + from, 0, to - from); });
         }
     }
     if (memory == nullptr)

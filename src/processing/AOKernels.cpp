@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <vector>
 
 namespace {
 constexpr int kBlockColumns = 50;
@@ -198,8 +199,10 @@ void CountInterior(const ProbeField& f, int y, int from, int to, ProbeScratch& s
 SheetVector<float> PrepareAOHeights(const float* depthRed, const std::uint8_t* mask, std::size_t count)
 {
     SheetVector<float> heights(count);
-    for (std::size_t i = 0; i < count; ++i)
-        heights[i] = mask && mask[i] == 0 ? 100.0f : 1.0f - depthRed[i];
+    ParallelForElements(count, [&](std::size_t from, std::size_t to) {
+        for (std::size_t i = from; i < to; ++i)
+            heights[i] = mask && mask[i] == 0 ? 100.0f : 1.0f - depthRed[i];
+    });
     return heights;
 }
 
@@ -259,11 +262,28 @@ void CountOpenProbes(const float* heights, int width, int height, const AOSettin
 
 AOExtent FindAOExtent(const float* counts, std::size_t count)
 {
+    // Slices in order, each from the same start; an extreme met twice (a zero of either sign) keeps the
+    // first, within a slice and between them, as one scan would.
+    const auto scan = [counts](std::size_t from, std::size_t to, AOExtent extent) {
+        for (std::size_t i = from; i < to; ++i)
+        {
+            extent.maximum = std::max(extent.maximum, counts[i]);
+            extent.minimum = std::min(extent.minimum, counts[i]);
+        }
+        return extent;
+    };
+    constexpr std::size_t kSlices = 64;
+    std::vector<AOExtent> slices(kSlices);
+    ParallelFor(0, static_cast<int>(kSlices), [&](int first, int last) {
+        for (int slice = first; slice < last; ++slice)
+            slices[static_cast<std::size_t>(slice)] =
+                scan(count * slice / kSlices, count * (slice + 1) / kSlices, AOExtent());
+    });
     AOExtent extent;
-    for (std::size_t i = 0; i < count; ++i)
+    for (const AOExtent& slice : slices)
     {
-        extent.maximum = std::max(extent.maximum, counts[i]);
-        extent.minimum = std::min(extent.minimum, counts[i]);
+        extent.maximum = std::max(extent.maximum, slice.maximum);
+        extent.minimum = std::min(extent.minimum, slice.minimum);
     }
     return extent;
 }
@@ -272,7 +292,9 @@ SheetVector<float> NormaliseAO(const float* counts, std::size_t count, const AOE
 {
     SheetVector<float> values(count);
     const float range = extent.maximum - extent.minimum;
-    for (std::size_t i = 0; i < count; ++i)
-        values[i] = (counts[i] - extent.minimum) / range;
+    ParallelForElements(count, [&](std::size_t from, std::size_t to) {
+        for (std::size_t i = from; i < to; ++i)
+            values[i] = (counts[i] - extent.minimum) / range;
+    });
     return values;
 }

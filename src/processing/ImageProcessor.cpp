@@ -324,9 +324,8 @@ void ImageProcessor::ClearDepthMap()
         {
             // A sheet's level is tens of megabytes, cleared on every thread.
             float* values = level.data();
-            const std::size_t count = level.size();
-            ParallelFor(0, 64, [&](int from, int to) {
-                std::fill(values + count * from / 64, values + count * to / 64, 0.0f);
+            ParallelForElements(level.size(), [&](std::size_t from, std::size_t to) {
+                std::fill(values + from, values + to, 0.0f);
             });
         }
     ClearDepthEditor();
