@@ -92,6 +92,7 @@ void ParallelForElements(std::size_t count, const std::function<void(std::size_t
     if (count == 0)
         return;
     ParallelFor(0, kSlices, [&](int from, int to) {
-        body(count * static_cast<std::size_t>(from) / kSlices, count * static_cast<std::size_t>(to) / kSlices);
+        body(count * static_cast<std::size_t>(from) / kSlices,
+             count * static_cast<std::size_t>(to) / kSlices);
     });
 }

@@ -9,7 +9,8 @@ void ParallelFor(int begin, int end, const std::function<void(int from, int to)>
 
 // The same over the elements [0, count) of a flat array, for element-wise work on whole sheets, whose
 // element counts can outgrow an int.
-void ParallelForElements(std::size_t count, const std::function<void(std::size_t from, std::size_t to)>& body);
+void ParallelForElements(std::size_t count,
+                         const std::function<void(std::size_t from, std::size_t to)>& body);
 
 // Threads ParallelFor uses: as set, else $BRONDEL_THREADS, else the hardware's count. 1 runs everything
 // on the caller.

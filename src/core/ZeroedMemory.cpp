@@ -198,7 +198,8 @@ void* Allocate(std::size_t bytes, bool zeroed)
         {
             // Cleared on every thread: a reused block can be a couple of hundred megabytes.
             auto* start = static_cast<std::uint8_t*>(memory);
-            ParallelForElements(stale, [&](std::size_t from, std::size_t to) { std::memset(start + from, 0, to - from); });
+            ParallelForElements(
+                stale, [&](std::size_t from, std::size_t to) { std::memset(start + from, 0, to - from); });
         }
     }
     if (memory == nullptr)

@@ -196,7 +196,8 @@ void EncodeRowAs(int format, Vector2D* row, int width, std::uint8_t* out, std::u
     }
     case AnisotropyFormat::AngleDoubledVectorFormat:
     {
-        static const std::array<std::uint8_t, 3> zero = ZeroBytes<AnisotropyFormat::AngleDoubledVectorFormat>();
+        static const std::array<std::uint8_t, 3> zero =
+            ZeroBytes<AnisotropyFormat::AngleDoubledVectorFormat>();
         EncodeRow<AnisotropyFormat::AngleDoubledVectorFormat>(row, width, zero, out, alpha);
         break;
     }
@@ -213,7 +214,8 @@ void EncodeRowAs(int format, Vector2D* row, int width, std::uint8_t* out, std::u
 
 bool IsKnownFormat(int format)
 {
-    return format == AnisotropyFormat::StandardVectorFormat || format == AnisotropyFormat::AngleDoubledVectorFormat ||
+    return format == AnisotropyFormat::StandardVectorFormat ||
+           format == AnisotropyFormat::AngleDoubledVectorFormat ||
            format == AnisotropyFormat::OrientationAngleFormat;
 }
 

@@ -27,10 +27,10 @@ enum AnisotropyFormat : int
 } // namespace AnisotropyFormats
 using AnisotropyFormats::AnisotropyFormat;
 
-// The whole generation for rows [from, to) of `map` (the flow map's size, freshly made), a row at a time: each pass
-// keeps only the three rows of the pass before that it needs, so no sheet-sized array stands between
-// them, and rows above `from` that the passes need are made again rather than shared. The array is then
-// written into the map in the given format; an unknown format leaves the map as it is, and the
+// The whole generation for rows [from, to) of `map` (the flow map's size, freshly made), a row at a time:
+// each pass keeps only the three rows of the pass before that it needs, so no sheet-sized array stands
+// between them, and rows above `from` that the passes need are made again rather than shared. The array is
+// then written into the map in the given format; an unknown format leaves the map as it is, and the
 // angle-doubled format normalises the long vectors. When `values` is not null its rows [from, to)
 // receive the final array.
 void StreamAnisotropyRows(const Image& flow, int passes, int format, int from, int to, Image& map,

@@ -198,7 +198,8 @@ template <bool FirstRow>
         const float right = kLinkShare * (riseX[c] - (a[c + 1] - a[c]));
         const float down = kLinkShare * (riseY[c] - (below[c] - a[c]));
         own[c] = down;
-        b[c] = FirstRow ? (((a[c] + left) - right) - down) + above[c] : (((a[c] + left) + above[c]) - right) - down;
+        b[c] = FirstRow ? (((a[c] + left) - right) - down) + above[c]
+                        : (((a[c] + left) + above[c]) - right) - down;
     }
 }
 
@@ -279,9 +280,11 @@ void RelaxTile(const RelaxationGrid& g, const float* from, float* to, int x0, in
             float* b = k == passes ? to + Index(x0, y0 + r - passes, w) : next + Index(c0, r, lw);
             const bool firstRow = (gy0 + r) % h == 0;
             if (!firstRow)
-                RelaxTileRow<false>(a + c0, below + c0, riseX + c0, riseY + c0, vAbove + c0, vOwn + c0, b, c1 - c0);
+                RelaxTileRow<false>(a + c0, below + c0, riseX + c0, riseY + c0, vAbove + c0, vOwn + c0, b,
+                                    c1 - c0);
             else
-                RelaxTileRow<true>(a + c0, below + c0, riseX + c0, riseY + c0, vAbove + c0, vOwn + c0, b, c1 - c0);
+                RelaxTileRow<true>(a + c0, below + c0, riseX + c0, riseY + c0, vAbove + c0, vOwn + c0, b,
+                                   c1 - c0);
             for (const int c : t.seamColumns)
             {
                 if (c < c0 || c >= c1)

@@ -37,7 +37,8 @@ void ImageProcessor::GenerateAnisotropyMap(int expansionCount, int outputFormat,
     for (int band = 0; band < kBands; ++band)
     {
         ParallelFor(flowHeight * band / kBands, flowHeight * (band + 1) / kBands, [&](int from, int to) {
-            StreamAnisotropyRows(*flow, passes, outputFormat, from, to, *map, fresh.empty() ? nullptr : fresh.data());
+            StreamAnisotropyRows(*flow, passes, outputFormat, from, to, *map,
+                                 fresh.empty() ? nullptr : fresh.data());
         });
         token.Report(10 + 80 * (band + 1) / kBands);
     }
