@@ -78,10 +78,10 @@ bool IsPositiveZero(const Vector2D& v)
 
 // trunc(scaled) for 0 <= scaled < 256, or -1 when scaled lies so close to a whole number that the float
 // evaluation of the same quantity might land on the other side of it, or outside that range (not a
-// number included, whatever the conversion makes of it). The float path strays from the true value by
-// well under 1e-4 here (a couple of ulps in atan2 and cos, three roundings), so a margin of 1e-3 leaves
-// a wide safety factor; the few values inside it take the exact path. No branches, for loops that work
-// out several values side by side.
+// number must never reach it: converting one to int is undefined). The float path strays from the true value
+// by well under 1e-4 here (a couple of ulps in atan2 and cos, three roundings), so a margin of 1e-3 leaves a
+// wide safety factor; the few values inside it take the exact path. No branches, for loops that work out
+// several values side by side.
 inline int ClearTruncation(double scaled)
 {
     const int whole = static_cast<int>(scaled);
@@ -133,9 +133,11 @@ void StandardBytesClearOfBoundaries(const Vector2D* row, int width, int* red, in
         const double vx = row[x].x;
         const double vy = row[x].y;
         // Squares of floats are exact in double and the sum and root round monotonically, so m >= |vx|
-        // and c stays within [-1, 1]; a zero or huge m gives nonsense that `usable` throws away.
+        // and c lies within [-1, 1]: every conversion to int below is of a value in [0, 255]. A zero
+        // vector divides by 1 instead of 0; tiny and huge ones give bytes that `usable` throws away.
+        // (The values are means of orientations made from bytes, so they are always finite.)
         const double m = std::sqrt(vx * vx + vy * vy);
-        const double c = vx / m;
+        const double c = vx / (m + static_cast<double>(m == 0.0));
         const double cosPhi = std::sqrt((1.0 + c) * 0.5);
         const double sinPhi = std::copysign(std::sqrt((1.0 - c) * 0.5), vy);
         const int r = ClearTruncation((cosPhi * 0.5 + 0.5) * 255.0);
