@@ -12,6 +12,13 @@
 namespace {
 constexpr float kLinkShare = 0.25f;
 
+// The share of a link's mismatch that moves across it: the rise the normals ask for from `here` to
+// `there`, less the rise the depth has.
+inline float Link(float rise, float here, float there)
+{
+    return kLinkShare * (rise - (there - here));
+}
+
 std::size_t Index(int x, int y, int width)
 {
     return static_cast<std::size_t>(y) * width + x;
@@ -34,8 +41,8 @@ void HorizontalLinks(const RelaxationGrid& g, const float* a, int y, float* sub,
     const float* rise = g.riseX + Index(0, y, w);
     const bool* cut = g.cutRight + Index(0, y, w);
     for (int x = 0; x + 1 < w; ++x)
-        StoreLink(kLinkShare * (rise[x] - (row[x + 1] - row[x])), cut[x], x, sub, add);
-    StoreLink(kLinkShare * (rise[w - 1] - (row[0] - row[w - 1])), cut[w - 1], w - 1, sub, add);
+        StoreLink(Link(rise[x], row[x], row[x + 1]), cut[x], x, sub, add);
+    StoreLink(Link(rise[w - 1], row[w - 1], row[0]), cut[w - 1], w - 1, sub, add);
 }
 
 // Links from row y to the row below, the last row wrapping to the first.
@@ -47,7 +54,7 @@ void VerticalLinks(const RelaxationGrid& g, const float* a, int y, float* sub, f
     const float* rise = g.riseY + Index(0, y, w);
     const bool* cut = g.cutBelow + Index(0, y, w);
     for (int x = 0; x < w; ++x)
-        StoreLink(kLinkShare * (rise[x] - (below[x] - row[x])), cut[x], x, sub, add);
+        StoreLink(Link(rise[x], row[x], below[x]), cut[x], x, sub, add);
 }
 
 // Applies the four links that touch each pixel of row y in the order the column-major link walk
@@ -109,14 +116,14 @@ void RelaxThinGrid(const RelaxationGrid& g, const float* a, float* b)
             if (!(g.cutRight && g.cutRight[p]))
             {
                 const std::size_t q = Index((x + 1) % w, y, w);
-                const float d = kLinkShare * (g.riseX[p] - (a[q] - a[p]));
+                const float d = Link(g.riseX[p], a[p], a[q]);
                 b[p] -= d;
                 b[q] += d;
             }
             if (!(g.cutBelow && g.cutBelow[p]))
             {
                 const std::size_t q = Index(x, (y + 1) % h, w);
-                const float d = kLinkShare * (g.riseY[p] - (a[q] - a[p]));
+                const float d = Link(g.riseY[p], a[p], a[q]);
                 b[p] -= d;
                 b[q] += d;
             }
@@ -194,9 +201,9 @@ template <bool FirstRow>
 {
     for (int c = 0; c < count; ++c)
     {
-        const float left = kLinkShare * (riseX[c - 1] - (a[c] - a[c - 1]));
-        const float right = kLinkShare * (riseX[c] - (a[c + 1] - a[c]));
-        const float down = kLinkShare * (riseY[c] - (below[c] - a[c]));
+        const float left = Link(riseX[c - 1], a[c - 1], a[c]);
+        const float right = Link(riseX[c], a[c], a[c + 1]);
+        const float down = Link(riseY[c], a[c], below[c]);
         own[c] = down;
         b[c] = FirstRow ? (((a[c] + left) - right) - down) + above[c]
                         : (((a[c] + left) + above[c]) - right) - down;
@@ -268,7 +275,7 @@ void RelaxTile(const RelaxationGrid& g, const float* from, float* to, int x0, in
             const float* below = source(k);
             const float* rise = t.riseYRows[k - 1];
             for (int c = c0; c < c1; ++c)
-                vAbove[c] = kLinkShare * (rise[c] - (below[c] - row[c]));
+                vAbove[c] = Link(rise[c], row[c], below[c]);
         }
         for (int r = k; r < lh - k; ++r)
         {
@@ -289,8 +296,8 @@ void RelaxTile(const RelaxationGrid& g, const float* from, float* to, int x0, in
             {
                 if (c < c0 || c >= c1)
                     continue;
-                const float left = kLinkShare * (riseX[c - 1] - (a[c] - a[c - 1]));
-                const float right = kLinkShare * (riseX[c] - (a[c + 1] - a[c]));
+                const float left = Link(riseX[c - 1], a[c - 1], a[c]);
+                const float right = Link(riseX[c], a[c], a[c + 1]);
                 b[c - c0] = firstRow ? (((a[c] - right) - vOwn[c]) + vAbove[c]) + left
                                      : (((a[c] + vAbove[c]) - right) - vOwn[c]) + left;
             }
