@@ -83,8 +83,8 @@ TEST(DepthKernels, RelaxationMatchesTheLinkWalkBitForBit)
     // Single rows and columns, sizes below, at and across the tile size (whose margins wrap around
     // small grids many times), with and without cut links, on one and two threads.
     std::mt19937 random(7);
-    const std::pair<int, int> sizes[] = {{1, 1}, {1, 5}, {6, 1},   {2, 2},   {3, 2},
-                                         {2, 9}, {5, 7}, {31, 17}, {300, 70}};
+    const std::pair<int, int> sizes[] = {{1, 1}, {1, 5}, {6, 1},   {2, 2},    {3, 2},
+                                         {2, 9}, {5, 7}, {31, 17}, {600, 40}, {90, 300}};
     for (const auto& [w, h] : sizes)
         for (int cuts = 0; cuts < 4; ++cuts) // none, right only, below only, both
             for (const int passes : {1, 3, 9})
