@@ -77,16 +77,16 @@ bool IsPositiveZero(const Vector2D& v)
 }
 
 // trunc(scaled) for 0 <= scaled < 256, or -1 when scaled lies so close to a whole number that the float
-// evaluation of the same quantity might land on the other side of it, or outside that range (not a
-// number must never reach it: converting one to int is undefined). The float path strays from the true value
-// by well under 1e-4 here (a couple of ulps in atan2 and cos, three roundings), so a margin of 1e-3 leaves a
-// wide safety factor; the few values inside it take the exact path. No branches, for loops that work out
-// several values side by side.
-inline int ClearTruncation(double scaled)
+// evaluation of the same quantity might land on the other side of it, or outside that range. The float
+// path strays from the true value by well under 1e-4 here (a couple of ulps in atan2 and cos, three
+// roundings), and the estimate passed in by about as much, so a margin of 1e-3 leaves a wide safety
+// factor; the few values inside it take the exact path. No branches, for loops that work out several
+// values side by side. The argument must be finite: converting a not-a-number to int is undefined.
+inline int ClearTruncation(float scaled)
 {
     const int whole = static_cast<int>(scaled);
-    const double fraction = scaled - whole;
-    const bool clear = (whole >= 0) & (whole <= 255) & (fraction >= 1e-3) & (fraction <= 1.0 - 1e-3);
+    const float fraction = scaled - static_cast<float>(whole);
+    const bool clear = (whole >= 0) & (whole <= 255) & (fraction >= 1e-3f) & (fraction <= 1.0f - 1e-3f);
     return clear ? whole : -1;
 }
 
@@ -121,29 +121,33 @@ template <int Format> std::array<std::uint8_t, 3> EncodeValue(Vector2D& v)
 }
 
 // The red and green bytes of the standard format for a whole row, or -1 in red where a value must take
-// the exact path. Half the doubled angle's cosine and sine follow from the vector by the half-angle
-// formulas, in double precision, far cheaper than atan2, cos and sin; the bytes are the same unless a
-// value sits on a byte boundary, or is too small or too large for the formulas. There are no branches,
-// so several values are worked out side by side.
+// the exact path. The cosine and sine of half the doubled angle follow from the vector by the half-angle
+// formulas, far cheaper than atan2, cos and sin. Of the two, the larger is the root of (m + |x|) / 2m,
+// and the smaller is |y| / 2m divided by the larger: both well conditioned, so single precision lands
+// within a few ulps (about 1e-4 once scaled to bytes) where the textbook sqrt((1 - c) / 2) would lose
+// digits to cancellation. The bytes are the same as the exact path's unless a value sits on a byte
+// boundary, or is too small or too large for the formulas. There are no branches, so several values
+// are worked out side by side.
 BRONDEL_WIDE_CLONES
 void StandardBytesClearOfBoundaries(const Vector2D* row, int width, int* red, int* green)
 {
     for (int x = 0; x < width; ++x)
     {
-        const double vx = row[x].x;
-        const double vy = row[x].y;
-        // Squares of floats are exact in double and the sum and root round monotonically, so m >= |vx|
-        // and c lies within [-1, 1]: every conversion to int below is of a value in [0, 255]. A zero
-        // vector divides by 1 instead of 0; tiny and huge ones give bytes that `usable` throws away.
-        // (The values are means of orientations made from bytes, so they are always finite.)
-        const double m = std::sqrt(vx * vx + vy * vy);
-        const double c = vx / (m + static_cast<double>(m == 0.0));
-        const double cosPhi = std::sqrt((1.0 + c) * 0.5);
-        const double sinPhi = std::copysign(std::sqrt((1.0 - c) * 0.5), vy);
-        const int r = ClearTruncation((cosPhi * 0.5 + 0.5) * 255.0);
-        const int g = ClearTruncation((sinPhi * 0.5 + 0.5) * 255.0);
-        const bool usable = (m > 1e-20) & (m < 1e20) & (g >= 0);
-        red[x] = usable ? r : -1;
+        const float vx = row[x].x;
+        const float vy = row[x].y;
+        const float m = std::sqrt(vx * vx + vy * vy);
+        // Magnitudes outside this range could lose digits to underflow or overflow in the squares; they
+        // take the exact path. They divide by 1 instead, so that every conversion to int below is of a
+        // value near [0, 255] (the values are means of orientations made from bytes, so always finite).
+        const bool usableMagnitude = (m > 1e-15f) & (m < 1e15f);
+        const float d = usableMagnitude ? m : 1.0f;
+        const float larger = std::sqrt((d + std::fabs(vx)) / (2.0f * d));
+        const float smaller = std::fabs(vy) / (2.0f * d * larger);
+        const float cosPhi = vx >= 0.0f ? larger : smaller;
+        const float sinPhi = std::copysign(vx >= 0.0f ? smaller : larger, vy);
+        const int r = ClearTruncation((cosPhi * 0.5f + 0.5f) * 255.0f);
+        const int g = ClearTruncation((sinPhi * 0.5f + 0.5f) * 255.0f);
+        red[x] = usableMagnitude & (g >= 0) ? r : -1;
         green[x] = g;
     }
 }
