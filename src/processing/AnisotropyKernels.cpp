@@ -147,7 +147,7 @@ void StandardBytesClearOfBoundaries(const Vector2D* row, int width, int* red, in
         const float sinPhi = std::copysign(vx >= 0.0f ? smaller : larger, vy);
         const int r = ClearTruncation((cosPhi * 0.5f + 0.5f) * 255.0f);
         const int g = ClearTruncation((sinPhi * 0.5f + 0.5f) * 255.0f);
-        red[x] = usableMagnitude & (g >= 0) ? r : -1;
+        red[x] = (usableMagnitude & (g >= 0)) ? r : -1;
         green[x] = g;
     }
 }
