@@ -289,15 +289,17 @@ bool Image::SaveToDisk(std::string filename, std::string* errorText, bool keepAl
     // Fully opaque images are written without alpha. Otherwise the colour is stored exactly as the
     // colour plane holds it, even where alpha is 0: a normal-depth map keeps its normals under zero
     // depth. (QImage::setAlphaChannel would premultiply and erase them.)
+    // Each row is reduced with AND rather than searched, so the scan runs many bytes at a time.
     bool opaque = !keepAlpha;
     const PlaneView<const std::uint8_t> a = AlphaView();
     for (int y = 0; y < a.height && opaque; ++y)
+    {
+        const std::uint8_t* row = a.Row(y);
+        std::uint8_t all = 255;
         for (int x = 0; x < a.width; ++x)
-            if (a.Row(y)[x] != 255)
-            {
-                opaque = false;
-                break;
-            }
+            all &= row[x];
+        opaque = all == 255;
+    }
 
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))

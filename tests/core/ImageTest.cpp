@@ -112,6 +112,35 @@ TEST(Image, SavingKeepsColourUnderTransparentPixels)
     EXPECT_FALSE(QFile::exists(QString::fromStdString(folder.File("X.unknownformat"))));
 }
 
+TEST(Image, SavingDropsAlphaOnlyWhenEveryPixelIsOpaque)
+{
+    TempFolder folder;
+    const auto colourType = [&](const std::string& name) {
+        QFile file(QString::fromStdString(folder.File(name)));
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        return static_cast<int>(file.read(26).at(25)); // IHDR's colour type: 2 RGB, 6 RGBA
+    };
+    // Rows wider than a vector register, so a scan that looked at whole blocks only would miss the tail.
+    const int width = 67;
+    const int height = 5;
+    const auto withAlphaAt = [&](int ax, int ay, float a) {
+        return MakeImage(width, height, [=](int x, int y) {
+            return Colour(x / 255.0f, y / 255.0f, 0.5f, x == ax && y == ay ? a : 1.0f);
+        });
+    };
+    ASSERT_TRUE(withAlphaAt(-1, -1, 1.0f)->SaveToDisk(folder.File("opaque.png")));
+    EXPECT_EQ(colourType("opaque.png"), 2);
+    ASSERT_TRUE(withAlphaAt(-1, -1, 1.0f)->SaveToDisk(folder.File("kept.png"), nullptr, true));
+    EXPECT_EQ(colourType("kept.png"), 6);
+    for (const auto& [x, y] : {std::pair{width - 1, height - 1}, std::pair{0, 0}, std::pair{33, 2}})
+    {
+        const auto image = withAlphaAt(x, y, 254 / 255.0f);
+        ASSERT_TRUE(image->SaveToDisk(folder.File("translucent.png")));
+        EXPECT_EQ(colourType("translucent.png"), 6) << x << "," << y;
+        EXPECT_TRUE(SameBytes(Image(folder.File("translucent.png")), *image));
+    }
+}
+
 TEST(Image, BadFilesLoadAsMissing)
 {
     ConfigureImageReading();
