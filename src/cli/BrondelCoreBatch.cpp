@@ -38,6 +38,15 @@ bool RunStage(ImageType output, const ImageProcessor& processor, const std::func
            GenerationOutcome::Finished;
 }
 
+// The normals read nothing but the red channel of these, and no other map reads them at all.
+const std::bitset<kImageTypeCount> kLightingProfiles = [] {
+    std::bitset<kImageTypeCount> profiles;
+    for (const ImageType type :
+         {ImageType::Top, ImageType::Bottom, ImageType::Left, ImageType::Right, ImageType::Front})
+        profiles.set(type);
+    return profiles;
+}();
+
 // The members whose pixels the requested maps are made from. The rest are only measured: reading a
 // whole sheet that nothing will look at is most of the time of a run that asks for one small map.
 std::bitset<kImageTypeCount> MembersToDecode(const BatchOutputs& outputs)
@@ -152,7 +161,7 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
         return outputs.AnyRequested() ? 1 : 0;
     }
     SetMembers members(set, suffixes, source);
-    processor.LoadImageSetByName(members.FilesToLoad(), false, MembersToDecode(outputs));
+    processor.LoadImageSetByName(members.FilesToLoad(), false, MembersToDecode(outputs), kLightingProfiles);
     members.Examine(processor);
     for (const std::string& line : members.Unreadable())
         std::cerr << line << std::endl;

@@ -3,6 +3,7 @@
 #include "core/Image.h"
 #include "core/Parallel.h"
 
+#include <algorithm>
 #include <memory>
 #include <new>
 
@@ -34,6 +35,36 @@ SheetVector<std::uint8_t> ReadChannelBytes(const Image& image, Channel channel, 
             else
                 for (int x = 0; x < width; ++x)
                     dst[x] = row[step * image.MapX(x)];
+        }
+    });
+    return out;
+}
+
+SheetVector<std::uint8_t> CopyRedChannel(const Image& image)
+{
+    const PlaneView<const std::uint8_t> plane = image.ColourView();
+    SheetVector<std::uint8_t> out(static_cast<std::size_t>(plane.width) * plane.height);
+    for (int y = 0; y < plane.height; ++y)
+    {
+        const std::uint8_t* row = plane.Row(y);
+        std::uint8_t* dst = out.data() + static_cast<std::size_t>(y) * plane.width;
+        for (int x = 0; x < plane.width; ++x)
+            dst[x] = row[3 * x];
+    }
+    return out;
+}
+
+SheetVector<std::uint8_t> SampleBytes(const std::uint8_t* plane, int planeWidth, int planeHeight, int width,
+                                      int height)
+{
+    SheetVector<std::uint8_t> out(static_cast<std::size_t>(width) * height);
+    ParallelFor(0, height, [&](int from, int to) {
+        for (int y = from; y < to; ++y)
+        {
+            const std::uint8_t* row = plane + static_cast<std::size_t>(std::min(y, planeHeight - 1)) * planeWidth;
+            std::uint8_t* dst = out.data() + static_cast<std::size_t>(y) * width;
+            for (int x = 0; x < width; ++x)
+                dst[x] = row[std::min(x, planeWidth - 1)];
         }
     });
     return out;

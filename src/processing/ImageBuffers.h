@@ -20,6 +20,13 @@ enum class Channel
 
 SheetVector<float> ReadChannel(const Image& image, Channel channel, int width, int height);
 SheetVector<std::uint8_t> ReadChannelBytes(const Image& image, Channel channel, int width, int height);
+// The red channel of the whole image, on the calling thread alone (for loaders that already run one
+// file per thread).
+SheetVector<std::uint8_t> CopyRedChannel(const Image& image);
+// A width x height grid read from a planeWidth x planeHeight plane of bytes as ReadChannelBytes reads an
+// image that does not wrap: coordinates beyond the plane clamp to its last row and column.
+SheetVector<std::uint8_t> SampleBytes(const std::uint8_t* plane, int planeWidth, int planeHeight, int width,
+                                      int height);
 
 // A new image whose pixels are (v, v, v, 1).
 Image* MakeGreyImage(const float* values, int width, int height);

@@ -4,6 +4,7 @@
 #include "core/Parallel.h"
 #include "core/PngReader.h"
 #include "deptheditor/DepthEditor.h"
+#include "processing/ImageBuffers.h"
 #include "processing/ImageProcessorTransaction.h"
 #include "sets/LogOutput.h"
 
@@ -52,6 +53,7 @@ void ImageProcessor::ReportProgress(float fractionOfStage) const
 void ImageProcessor::SetImage(Image* image, ImageType type)
 {
     sizedOnly.reset(type);
+    redChannels[type] = SheetVector<std::uint8_t>();
     std::unique_ptr<Image> previous = std::exchange(images[type], std::unique_ptr<Image>(image));
     if (transaction != nullptr)
         transaction->KeepImage(type, std::move(previous), loadedTypes.test(type));
@@ -69,20 +71,31 @@ void ImageProcessor::LoadImageSetByName(const std::array<std::string, kImageType
 }
 
 void ImageProcessor::LoadImageSetByName(const std::array<std::string, kImageTypeCount>& filenames, bool flipY,
-                                        const std::bitset<kImageTypeCount>& decode)
+                                        const std::bitset<kImageTypeCount>& decode,
+                                        const std::bitset<kImageTypeCount>& redOnly)
 {
     // Decoding dominates loading a big sheet and each file decodes on its own, so the files are read
     // side by side; they are then installed one kind after another exactly as single loads would be.
     std::array<std::unique_ptr<Image>, kImageTypeCount> decoded;
     std::array<std::optional<std::pair<int, int>>, kImageTypeCount> measured;
+    std::array<SheetVector<std::uint8_t>, kImageTypeCount> reds;
     std::atomic<int> next{0};
     ParallelFor(0, GetWorkerThreadCount(), [&](int, int) {
         for (int type = next++; type < kImageTypeCount; type = next++)
         {
             if (!decode.test(static_cast<std::size_t>(type)) && !filenames[type].empty())
                 measured[type] = MeasureMember(filenames[type]);
-            if (!measured[type])
-                decoded[type] = std::make_unique<Image>(filenames[type]);
+            if (measured[type])
+                continue;
+            decoded[type] = std::make_unique<Image>(filenames[type]);
+            // The whole image goes back to the pool at once, so the next file decodes into its pages.
+            if (redOnly.test(static_cast<std::size_t>(type)) && decoded[type]->HasPlanes() &&
+                decoded[type]->GetWidth() > 0 && decoded[type]->GetHeight() > 0)
+            {
+                reds[type] = CopyRedChannel(*decoded[type]);
+                measured[type] = std::pair{decoded[type]->GetWidth(), decoded[type]->GetHeight()};
+                decoded[type].reset();
+            }
         }
     });
     for (int type = 0; type < kImageTypeCount; ++type)
@@ -98,6 +111,7 @@ void ImageProcessor::LoadImageSetByName(const std::array<std::string, kImageType
             images[type]->SetVerticalWrap(false);
         sizedOnly.set(kind);
         memberSizes[type] = *measured[type];
+        redChannels[type] = std::move(reds[type]);
         ComputeBestDimensions();
     }
 }
@@ -111,6 +125,7 @@ std::pair<int, int> ImageProcessor::GetMemberSize(ImageType type) const
 
 void ImageProcessor::ReleaseImage(ImageType type)
 {
+    redChannels[type] = SheetVector<std::uint8_t>();
     if (!IsLoaded(type) || GetImage(type) == nullptr)
         return;
     memberSizes[type] = GetMemberSize(type);
@@ -122,6 +137,7 @@ void ImageProcessor::ReleaseImage(ImageType type)
 void ImageProcessor::InstallLoadedImage(ImageType type, std::unique_ptr<Image> image, bool flipY)
 {
     sizedOnly.reset(type);
+    redChannels[type] = SheetVector<std::uint8_t>();
     images[type] = std::move(image);
     loadedTypes.set(type);
     if (!images[type]->HasPlanes())
@@ -173,25 +189,20 @@ std::pair<int, int> ImageProcessor::GetGenerationSize(ImageType output) const
 
 bool ImageProcessor::SufficientLightingProfiles() const
 {
-    return (IsLoaded(ImageType::Left) || IsLoaded(ImageType::Right)) &&
-           (IsLoaded(ImageType::Top) || IsLoaded(ImageType::Bottom));
+    return (HasLightingProfile(ImageType::Left) || HasLightingProfile(ImageType::Right)) &&
+           (HasLightingProfile(ImageType::Top) || HasLightingProfile(ImageType::Bottom));
 }
 
 bool ImageProcessor::DoLightingProfilesMatch() const
 {
-    if (!IsLoaded(ImageType::Left) && !IsLoaded(ImageType::Right))
+    if (!HasLightingProfile(ImageType::Left) && !HasLightingProfile(ImageType::Right))
         return false;
-    const Image* reference =
-        IsLoaded(ImageType::Left) ? GetImage(ImageType::Left) : GetImage(ImageType::Right);
+    const std::pair<int, int> reference =
+        GetMemberSize(HasLightingProfile(ImageType::Left) ? ImageType::Left : ImageType::Right);
     for (const ImageType type :
          {ImageType::Front, ImageType::Left, ImageType::Right, ImageType::Bottom, ImageType::Top})
-    {
-        if (!IsLoaded(type))
-            continue;
-        const Image* profile = GetImage(type);
-        if (profile->GetWidth() != reference->GetWidth() || profile->GetHeight() != reference->GetHeight())
+        if (HasLightingProfile(type) && GetMemberSize(type) != reference)
             return false;
-    }
     return true;
 }
 

@@ -1,4 +1,5 @@
 #pragma once
+#include "core/SheetBuffers.h"
 #include "core/Vector2D.h"
 #include "core/Vector3D.h"
 #include "core/ZeroedArray.h"
@@ -7,6 +8,7 @@
 
 #include <array>
 #include <bitset>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -49,8 +51,14 @@ public:
     // its slot gets the placeholder and is not loaded, but its size counts wherever a member's size
     // decides the working resolution, so the maps come out as if it had been decoded. A member whose
     // size cannot be read is decoded after all, so that its failure shows as it always does.
+    // The kinds in `redOnly` (lighting profiles, for a run whose maps read nothing else of them) are kept
+    // as their red channel alone once decoded, a quarter of the memory: such a member counts as a
+    // lighting profile and is known by its size as above, but its slot holds the placeholder.
     void LoadImageSetByName(const std::array<std::string, kImageTypeCount>& filenames, bool flipY,
-                            const std::bitset<kImageTypeCount>& decode);
+                            const std::bitset<kImageTypeCount>& decode,
+                            const std::bitset<kImageTypeCount>& redOnly = {});
+    // True for a member kept as its red channel alone.
+    bool HoldsRedOnly(ImageType type) const { return !redChannels[type].empty(); }
     // True for a member known by its size alone: left undecoded, or released.
     bool IsSizedOnly(ImageType type) const { return sizedOnly.test(type); }
     // The size of a loaded image or of a member known by its size alone; (0, 0) for anything else.
@@ -158,6 +166,8 @@ private:
     void ReportError(const std::string& message, const std::string& title) const;
     // True when a Diffuse image of exactly the working resolution can mask transparent pixels.
     bool DiffuseMatchesWorkingSize() const;
+    // A lighting profile with pixels: a loaded image, or one kept as its red channel.
+    bool HasLightingProfile(ImageType type) const { return IsLoaded(type) || HoldsRedOnly(type); }
 
     int width = 0;
     int height = 0;
@@ -167,6 +177,7 @@ private:
     std::bitset<kImageTypeCount> loadedTypes;
     std::bitset<kImageTypeCount> sizedOnly;
     std::array<std::pair<int, int>, kImageTypeCount> memberSizes{};
+    std::array<SheetVector<std::uint8_t>, kImageTypeCount> redChannels; // rows of memberSizes' width
     std::vector<ZeroedArray<Vector3D>> normalArrays;
     std::vector<ZeroedArray<float>> depthArrays;
     ZeroedArray<Vector2D> anisotropyArray;

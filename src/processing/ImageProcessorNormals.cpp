@@ -28,6 +28,15 @@ void ImageProcessor::GenerateNormals(float bend, float rotationDirection, float 
     // first, wrapping or clamping at its edges as single pixel reads do.
     SheetVector<std::uint8_t> resampled[5];
     const auto profile = [&](ImageType type) -> ByteChannel {
+        if (HoldsRedOnly(type))
+        {
+            const auto [planeWidth, planeHeight] = memberSizes[type];
+            const std::uint8_t* red = redChannels[type].data();
+            if (planeWidth == width && planeHeight == height)
+                return {red, static_cast<std::size_t>(width), 1};
+            resampled[type] = SampleBytes(red, planeWidth, planeHeight, width, height);
+            return {resampled[type].data(), static_cast<std::size_t>(width), 1};
+        }
         const Image* image = GetImage(type);
         if (!IsLoaded(type) || image == nullptr)
             return {};

@@ -187,3 +187,81 @@ TEST(ImageProcessor, MeasuredMembersCountLikeDecodedOnes)
     partial.processor.ComputeBestDimensions();
     EXPECT_EQ(partial.processor.GetWidth(), 4);
 }
+
+// A run that makes maps only from the lighting profiles keeps just their red channel. The maps must come
+// out as after a full load, also where the working size is set by another member and the profiles are
+// sampled to it (smaller or larger), and the profiles must still count, by their size, as profiles.
+TEST(ImageProcessor, ProfilesKeptAsTheirRedChannelMakeTheSameMaps)
+{
+    TempFolder folder;
+    // Every channel differs, so reading any but red would show.
+    int seed = 0;
+    for (const char* suffix : {"_Left", "_Right", "_Top", "_Bottom", "_Front"})
+    {
+        ++seed;
+        Save(*MakeImage(12, 12,
+                        [seed](int x, int y) {
+                            const int v = (x * 7 + y * 3 + seed * 5) % 16;
+                            return Colour(v / 15.0f, (15 - v) / 15.0f, ((x * y) % 5) / 4.0f, 1.0f);
+                        }),
+             folder.File(std::string("Head") + suffix + ".png"));
+    }
+    Save(*MakeImage(12, 12, [](int x, int y) { return Colour(1, 1, 1, (x + y) % 3 == 0 ? 0.0f : 1.0f); }),
+         folder.File("Head_Diffuse.png"));
+
+    const SuffixSet suffixes;
+    const ImageSet set(folder.File("Head_Left.png"), suffixes, true);
+    std::array<std::string, kImageTypeCount> names;
+    for (int type = 0; type < kImageTypeCount; ++type)
+        names[type] = set.GetFilenameOfType(ImageType(type), suffixes);
+    std::bitset<kImageTypeCount> profiles;
+    for (const ImageType type :
+         {ImageType::Top, ImageType::Bottom, ImageType::Left, ImageType::Right, ImageType::Front})
+        profiles.set(type);
+    std::bitset<kImageTypeCount> decode = profiles;
+    decode.set(ImageType::Diffuse);
+
+    // No normal map (the profiles' own size), a smaller one and a larger one deciding the working size.
+    for (const auto& [normalWidth, normalHeight] : {std::pair{0, 0}, std::pair{8, 6}, std::pair{16, 14}})
+    {
+        if (normalWidth > 0)
+            Save(*MakeFlat(normalWidth, normalHeight, 0.5f), folder.File("Head_Normal.png"));
+        ProcessorFixture full;
+        ProcessorFixture red;
+        full.processor.LoadImageSetByName(names, false, decode);
+        red.processor.LoadImageSetByName(names, false, decode, profiles);
+        for (const ImageType type :
+             {ImageType::Top, ImageType::Bottom, ImageType::Left, ImageType::Right, ImageType::Front})
+        {
+            EXPECT_TRUE(red.processor.HoldsRedOnly(type) && red.processor.IsSizedOnly(type)) << type;
+            EXPECT_FALSE(red.processor.IsLoaded(type));
+            EXPECT_EQ(red.processor.GetMemberSize(type), (std::pair<int, int>{12, 12}));
+        }
+        EXPECT_FALSE(full.processor.HoldsRedOnly(ImageType::Left));
+        EXPECT_FALSE(red.processor.HoldsRedOnly(ImageType::Diffuse)) << "only the profiles were asked for";
+        EXPECT_TRUE(red.processor.SufficientLightingProfiles());
+        EXPECT_TRUE(red.processor.DoLightingProfilesMatch());
+        EXPECT_EQ(red.processor.GetWidth(), full.processor.GetWidth());
+        EXPECT_EQ(red.processor.GetHeight(), full.processor.GetHeight());
+
+        for (ProcessorFixture* f : {&full, &red})
+            f->processor.GenerateNormals(1.0f, 0.0f, 0.0f, true, false);
+        for (const ImageType type : {ImageType::Normal, ImageType::NormalOpacity})
+            EXPECT_TRUE(SameBytes(*full.processor.GetImage(type), *red.processor.GetImage(type)))
+                << type << " with a " << normalWidth << " x " << normalHeight << " normal map";
+
+        red.processor.ReleaseImage(ImageType::Left);
+        EXPECT_FALSE(red.processor.HoldsRedOnly(ImageType::Left));
+        EXPECT_EQ(red.processor.GetMemberSize(ImageType::Left), (std::pair<int, int>{12, 12}));
+        EXPECT_TRUE(red.processor.SufficientLightingProfiles()) << "the right profile still serves";
+    }
+
+    // A profile of another size is told apart as it is after a full load.
+    Save(*MakeFlat(10, 12, 0.5f), folder.File("Head_Top.png"));
+    ProcessorFixture full;
+    ProcessorFixture red;
+    full.processor.LoadImageSetByName(names, false, decode);
+    red.processor.LoadImageSetByName(names, false, decode, profiles);
+    EXPECT_FALSE(full.processor.DoLightingProfilesMatch());
+    EXPECT_FALSE(red.processor.DoLightingProfilesMatch());
+}
