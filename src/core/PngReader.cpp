@@ -580,15 +580,16 @@ int BandRows(const Header& header)
 
 // Unfilters bands of rows in order and writes their pixels into the planes. RGB rows are unfiltered
 // straight into the colour plane, which holds them as they are; other layouts go through a band of
-// unfiltered rows first.
+// unfiltered rows first. With `redOnly` the colour plane holds one byte a pixel, the red sample, and
+// there is no alpha plane.
 class RowWriter
 {
 public:
     RowWriter(const Header& format, int largestBand, const PlaneView<std::uint8_t>& colourPlane,
-              const PlaneView<std::uint8_t>& alphaPlane)
-        : header(format), colour(colourPlane), alpha(alphaPlane), zeros(format.rowBytes, 0),
-          above(format.rowBytes, 0),
-          raw(format.colourType == kRgb ? 0 : format.rowBytes * static_cast<std::size_t>(largestBand))
+              const PlaneView<std::uint8_t>& alphaPlane, bool onlyRed)
+        : header(format), colour(colourPlane), alpha(alphaPlane), redOnly(onlyRed),
+          direct(format.colourType == kRgb && !onlyRed), zeros(format.rowBytes, 0), above(format.rowBytes, 0),
+          raw(direct ? 0 : format.rowBytes * static_cast<std::size_t>(largestBand))
     {}
 
     void SetPalette(const std::uint8_t* rgb, int count, const std::uint8_t* transparency, int transparent)
@@ -609,7 +610,6 @@ public:
             if (band[stride * r] > 4)
                 return false;
         const std::size_t n = header.rowBytes;
-        const bool direct = header.colourType == kRgb;
         const auto rawRow = [&](int r) {
             return direct ? colour.Row(first + r) : raw.data() + n * static_cast<std::size_t>(r);
         };
@@ -642,7 +642,10 @@ public:
             ++r;
         }
         for (int r = 0; r < rows; ++r)
-            WritePixels(rawRow(r), colour.Row(first + r), alpha.Row(first + r));
+            if (redOnly)
+                WriteRed(rawRow(r), colour.Row(first + r));
+            else
+                WritePixels(rawRow(r), colour.Row(first + r), alpha.Row(first + r));
         if (!direct)
             std::memcpy(above.data(), rawRow(rows - 1), n);
         return true;
@@ -681,27 +684,54 @@ private:
         }
     }
 
-    void WritePaletteRow(const std::uint8_t* row, std::uint8_t* rgb, std::uint8_t* a)
+    void WriteRed(const std::uint8_t* row, std::uint8_t* red)
+    {
+        const int width = header.width;
+        const int step = header.colourType == kRgb    ? 3
+                         : header.colourType == kRgba ? 4
+                         : header.colourType == kGreyAlpha ? 2
+                                                           : 1;
+        if (header.colourType == kPalette)
+        {
+            int largest = 0;
+            ForEachPaletteIndex(row, [&](int x, int index) {
+                largest = std::max(largest, index);
+                red[x] = paletteRgb[3 * static_cast<std::size_t>(index)];
+            });
+            largestIndex = std::max(largestIndex, largest);
+            return;
+        }
+        for (int x = 0; x < width; ++x)
+            red[x] = row[step * x];
+    }
+
+    // Calls visit(x, index) for each pixel of a row of packed palette indices, which fill each byte from
+    // its most significant bits down.
+    template <typename Visit> void ForEachPaletteIndex(const std::uint8_t* row, Visit visit) const
     {
         const int depth = header.depth;
         const int perByte = 8 / depth;
         const int mask = (1 << depth) - 1;
-        int largest = 0;
         for (int x = 0; x < header.width; ++x)
-        {
-            // Pixels are packed from the most significant bits down.
-            const int shift = 8 - depth * (x % perByte + 1);
-            const int index = (row[x / perByte] >> shift) & mask;
+            visit(x, (row[x / perByte] >> (8 - depth * (x % perByte + 1))) & mask);
+    }
+
+    void WritePaletteRow(const std::uint8_t* row, std::uint8_t* rgb, std::uint8_t* a)
+    {
+        int largest = 0;
+        ForEachPaletteIndex(row, [&](int x, int index) {
             largest = std::max(largest, index);
             std::memcpy(rgb + 3 * x, paletteRgb.data() + 3 * index, 3);
-            a[x] = paletteAlpha[index];
-        }
+            a[x] = paletteAlpha[static_cast<std::size_t>(index)];
+        });
         largestIndex = std::max(largestIndex, largest);
     }
 
     const Header& header;
     PlaneView<std::uint8_t> colour;
     PlaneView<std::uint8_t> alpha;
+    bool redOnly;
+    bool direct; // rows unfilter straight into the colour plane
     std::vector<std::uint8_t> zeros; // the row above the first
     std::vector<std::uint8_t> above; // the last unfiltered row of the previous band
     std::vector<std::uint8_t> raw;   // the band's unfiltered rows, when they cannot go to the planes
@@ -955,7 +985,7 @@ bool ReadSignatureAndHeader(FileBytes& in, std::uint8_t (&fields)[13])
     });
 }
 
-PngReadResult Decode(QFile& file, const PngPlaneRequest& request)
+PngReadResult Decode(QFile& file, const PngPlaneRequest& request, bool redOnly)
 {
     FileBytes in(file, static_cast<std::size_t>(std::clamp<qint64>(file.size(), 64, kReadBytes)));
     std::uint8_t fields[13];
@@ -1011,9 +1041,10 @@ PngReadResult Decode(QFile& file, const PngPlaneRequest& request)
     PlaneView<std::uint8_t> colour;
     PlaneView<std::uint8_t> alpha;
     if (!request(header.width, header.height, colour, alpha) || colour.width != header.width ||
-        colour.height != header.height || alpha.width != header.width || alpha.height != header.height)
+        colour.height != header.height ||
+        (!redOnly && (alpha.width != header.width || alpha.height != header.height)))
         return PngReadResult::NotHandled;
-    RowWriter writer(header, BandRows(header), colour, alpha);
+    RowWriter writer(header, BandRows(header), colour, alpha, redOnly);
     if (indexed)
         writer.SetPalette(palette.data(), static_cast<int>(palette.size() / 3), transparency.data(),
                           static_cast<int>(transparency.size()));
@@ -1045,9 +1076,8 @@ PngReadResult Decode(QFile& file, const PngPlaneRequest& request)
         return PngReadResult::NotHandled;
     return PngReadResult::Decoded;
 }
-} // namespace
 
-PngReadResult ReadPng(const std::string& path, const PngPlaneRequest& planes)
+PngReadResult ReadPngFile(const std::string& path, const PngPlaneRequest& planes, bool redOnly)
 {
     const QString name = QString::fromUtf8(path.c_str());
     // The general reader picks its decoder by suffix first; only files it surely reads as PNG are
@@ -1057,7 +1087,23 @@ PngReadResult ReadPng(const std::string& path, const PngPlaneRequest& planes)
     QFile file(name);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
         return PngReadResult::NotHandled;
-    return Decode(file, planes);
+    return Decode(file, planes, redOnly);
+}
+} // namespace
+
+PngReadResult ReadPng(const std::string& path, const PngPlaneRequest& planes)
+{
+    return ReadPngFile(path, planes, false);
+}
+
+PngReadResult ReadPngRed(const std::string& path, const PngRedRequest& red)
+{
+    return ReadPngFile(
+        path,
+        [&red](int width, int height, PlaneView<std::uint8_t>& colour, PlaneView<std::uint8_t>&) {
+            return red(width, height, colour);
+        },
+        true);
 }
 
 QSize ReadPngSize(const std::string& path)

@@ -33,6 +33,11 @@ using PngPlaneRequest = std::function<bool(int width, int height, PlaneView<std:
 // dropped.
 PngReadResult ReadPng(const std::string& path, const PngPlaneRequest& planes);
 
+// The same for the red channel alone, for callers that read nothing else: the plane provided holds one
+// byte a pixel, and no row of the other channels is kept anywhere.
+using PngRedRequest = std::function<bool(int width, int height, PlaneView<std::uint8_t>& red)>;
+PngReadResult ReadPngRed(const std::string& path, const PngRedRequest& red);
+
 // Width and height from the header of a PNG file, without decoding anything; an invalid size when the
 // file is not a PNG or its header is damaged.
 QSize ReadPngSize(const std::string& path);

@@ -2,6 +2,7 @@
 
 #include "core/Image.h"
 #include "core/Parallel.h"
+#include "core/PngReader.h"
 
 #include <algorithm>
 #include <memory>
@@ -52,6 +53,29 @@ SheetVector<std::uint8_t> CopyRedChannel(const Image& image)
             dst[x] = row[3 * x];
     }
     return out;
+}
+
+SheetVector<std::uint8_t> ReadRedChannel(const std::string& filename, int& width, int& height)
+{
+    SheetVector<std::uint8_t> red;
+    const PngReadResult result =
+        ReadPngRed(filename, [&](int planeWidth, int planeHeight, PlaneView<std::uint8_t>& plane) {
+            try
+            {
+                red.resize(static_cast<std::size_t>(planeWidth) * planeHeight);
+            }
+            catch (const std::exception&)
+            {
+                return false; // the general path then fails the same way and reports it
+            }
+            plane = {red.data(), planeWidth, planeWidth, planeHeight};
+            width = planeWidth;
+            height = planeHeight;
+            return true;
+        });
+    if (result != PngReadResult::Decoded)
+        return {};
+    return red;
 }
 
 SheetVector<std::uint8_t> SampleBytes(const std::uint8_t* plane, int planeWidth, int planeHeight, int width,

@@ -2,6 +2,7 @@
 #include "core/SheetBuffers.h"
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 class Image;
@@ -23,6 +24,9 @@ SheetVector<std::uint8_t> ReadChannelBytes(const Image& image, Channel channel, 
 // The red channel of the whole image, on the calling thread alone (for loaders that already run one
 // file per thread).
 SheetVector<std::uint8_t> CopyRedChannel(const Image& image);
+// The red channel of a PNG file in a layout the fast reader handles, decoded without the other channels
+// ever being stored, with its size; empty for any other file, which the caller then loads as an Image.
+SheetVector<std::uint8_t> ReadRedChannel(const std::string& filename, int& width, int& height);
 // A width x height grid read from a planeWidth x planeHeight plane of bytes as ReadChannelBytes reads an
 // image that does not wrap: coordinates beyond the plane clamp to its last row and column.
 SheetVector<std::uint8_t> SampleBytes(const std::uint8_t* plane, int planeWidth, int planeHeight, int width,

@@ -87,8 +87,20 @@ void ImageProcessor::LoadImageSetByName(const std::array<std::string, kImageType
                 measured[type] = MeasureMember(filenames[type]);
             if (measured[type])
                 continue;
+            if (redOnly.test(static_cast<std::size_t>(type)))
+            {
+                int redWidth = 0;
+                int redHeight = 0;
+                reds[type] = ReadRedChannel(filenames[type], redWidth, redHeight);
+                if (!reds[type].empty())
+                {
+                    measured[type] = std::pair{redWidth, redHeight};
+                    continue;
+                }
+            }
             decoded[type] = std::make_unique<Image>(filenames[type]);
-            // The whole image goes back to the pool at once, so the next file decodes into its pages.
+            // Files the fast reader leaves alone are decoded whole and cut down at once, so the next file
+            // decodes into the pages this one gives back.
             if (redOnly.test(static_cast<std::size_t>(type)) && decoded[type]->HasPlanes() &&
                 decoded[type]->GetWidth() > 0 && decoded[type]->GetHeight() > 0)
             {

@@ -225,6 +225,41 @@ FastRead ReadFast(const std::string& path)
     return read;
 }
 
+struct FastRedRead
+{
+    PngReadResult result = PngReadResult::NotHandled;
+    std::vector<std::uint8_t> red;
+    int width = 0;
+};
+
+FastRedRead ReadFastRed(const std::string& path)
+{
+    FastRedRead read;
+    read.result = ReadPngRed(path, [&read](int width, int height, PlaneView<std::uint8_t>& plane) {
+        // A guard byte past the end shows a write beyond the plane.
+        read.red.assign(static_cast<std::size_t>(width) * height + 1, 0xA5);
+        read.width = width;
+        plane = {read.red.data(), width, width, height};
+        return true;
+    });
+    return read;
+}
+
+// The red reading of a file matches the red channel of the whole image, byte for byte, and writes
+// nothing past the plane.
+void ExpectSameRed(const FastRedRead& fast, const Image& reference)
+{
+    ASSERT_EQ(fast.result, PngReadResult::Decoded);
+    ASSERT_EQ(fast.width, reference.GetWidth());
+    ASSERT_EQ(fast.red.size(), static_cast<std::size_t>(reference.GetWidth()) * reference.GetHeight() + 1);
+    EXPECT_EQ(fast.red.back(), 0xA5);
+    const PlaneView<const std::uint8_t> colour = reference.ColourView();
+    for (int y = 0; y < reference.GetHeight(); ++y)
+        for (int x = 0; x < reference.GetWidth(); ++x)
+            ASSERT_EQ(fast.red[static_cast<std::size_t>(y) * fast.width + x], colour.Row(y)[3 * x])
+                << "at " << x << ", " << y;
+}
+
 std::string Write(const TempFolder& folder, const std::string& name, const std::string& bytes)
 {
     const std::string path = folder.File(name);
@@ -242,6 +277,7 @@ void ExpectSameAsGeneralReader(const std::string& path, const std::string& label
     ASSERT_EQ(fast.result, PngReadResult::Decoded);
     EXPECT_TRUE(SameBytes(*fast.image, *reference));
     EXPECT_TRUE(SameBytes(Image(path), *reference));
+    ExpectSameRed(ReadFastRed(path), *reference);
 }
 
 // The fast reader declines the file, and Image loads it exactly as the general reader does.
@@ -249,6 +285,7 @@ void ExpectLeftToGeneralReader(const std::string& path, const std::string& label
 {
     SCOPED_TRACE(label);
     EXPECT_EQ(ReadFast(path).result, PngReadResult::NotHandled);
+    EXPECT_EQ(ReadFastRed(path).result, PngReadResult::NotHandled);
     const std::unique_ptr<Image> reference = ReferenceLoadImage(path);
     const Image loaded(path);
     if (reference == nullptr)
