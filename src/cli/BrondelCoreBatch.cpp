@@ -273,7 +273,7 @@ int BrondelCore::HandleCLIInstance(char** argv, int argc)
     {
         if (processor.IsSizedOnly(ImageType::Flow))
         {
-            processor.LoadImageByName(ImageType::Flow, members.FilesToLoad()[ImageType::Flow], false);
+            processor.LoadRedChannelByName(ImageType::Flow, members.FilesToLoad()[ImageType::Flow]);
             const std::string unreadable = members.ExamineLate(ImageType::Flow, processor);
             if (!unreadable.empty())
             {

@@ -228,21 +228,22 @@ bool IsKnownFormat(int format)
 // The orientations of row y from the 2x2 blocks whose top-left corners lie on it.
 struct FlowRows
 {
-    explicit FlowRows(const Image& flow)
-        : plane(flow.ColourView()), width(flow.GetWidth()), height(flow.GetHeight()),
-          rightOfLast(flow.MapX(width)), belowLast(flow.MapY(height))
+    explicit FlowRows(const FlowChannel& flow)
+        : red(flow), width(flow.width), height(flow.height), rightOfLast(flow.rightOfLast),
+          belowLast(flow.belowLast)
     {}
 
     void Orientations(int y, OrientationMemo& memo, Vector2D* out) const
     {
-        const std::uint8_t* upper = plane.Row(y);
-        const std::uint8_t* lower = plane.Row(y + 1 < height ? y + 1 : belowLast);
+        const std::uint8_t* upper = Row(y);
+        const std::uint8_t* lower = Row(y + 1 < height ? y + 1 : belowLast);
+        const int step = red.step;
         for (int x = 0; x < width; ++x)
         {
-            const int right = 3 * (x + 1 < width ? x + 1 : rightOfLast);
-            const float a = Image::ByteToChannel(upper[3 * x]);
+            const int right = step * (x + 1 < width ? x + 1 : rightOfLast);
+            const float a = Image::ByteToChannel(upper[step * x]);
             const float b = Image::ByteToChannel(upper[right]);
-            const float c = Image::ByteToChannel(lower[3 * x]);
+            const float c = Image::ByteToChannel(lower[step * x]);
             const float d = Image::ByteToChannel(lower[right]);
             const float gx = (b + d) - (a + c);
             const float gy = (a + b) - (c + d);
@@ -252,10 +253,11 @@ struct FlowRows
         }
     }
 
-    PlaneView<const std::uint8_t> plane;
+    const std::uint8_t* Row(int y) const { return red.data + static_cast<std::size_t>(y) * red.stride; }
+
+    FlowChannel red;
     int width;
     int height;
-    // The right neighbour of the last column and the row below the last, as GetPixel maps them.
     int rightOfLast;
     int belowLast;
 };
@@ -338,7 +340,19 @@ private:
 };
 } // namespace
 
-void ComputeFlowOrientations(const Image& flow, Vector2D* values)
+FlowChannel RedOfFlowMap(const Image& flow)
+{
+    const PlaneView<const std::uint8_t> plane = flow.ColourView();
+    return {plane.data,          static_cast<std::size_t>(plane.stride), 3, plane.width, plane.height,
+            flow.MapX(plane.width), flow.MapY(plane.height)};
+}
+
+FlowChannel ClampedFlowChannel(const std::uint8_t* red, int width, int height)
+{
+    return {red, static_cast<std::size_t>(width), 1, width, height, width - 1, height - 1};
+}
+
+void ComputeFlowOrientations(const FlowChannel& flow, Vector2D* values)
 {
     const FlowRows rows(flow);
     ParallelFor(0, rows.height, [&](int from, int to) {
@@ -368,7 +382,7 @@ void ExpandOrientations(Vector2D* values, int width, int height)
     std::copy(mean.begin(), mean.end(), values);
 }
 
-void StreamAnisotropyRows(const Image& flow, int passes, int format, int from, int to, Image& map,
+void StreamAnisotropyRows(const FlowChannel& flow, int passes, int format, int from, int to, Image& map,
                           Vector2D* values)
 {
     const bool encode = IsKnownFormat(format);

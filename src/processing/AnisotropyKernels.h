@@ -1,15 +1,36 @@
 #pragma once
 #include "core/Vector2D.h"
 
+#include <cstddef>
+#include <cstdint>
+
 class Image;
 
 // The arithmetic of anisotropy maps over a flat row-major array of angle-doubled orientations
 // (index y * width + x): a grain at angle theta with strength m is stored as m * (cos 2theta, sin 2theta),
 // so a direction and its opposite are the same value and averaging never cancels them.
 
+// The red channel of a flow map, the only one the grain is read from: a byte every `step` along a row,
+// rows `stride` bytes apart, and where the right neighbour of the last column and the row below the
+// last land.
+struct FlowChannel
+{
+    const std::uint8_t* data = nullptr;
+    std::size_t stride = 0;
+    int step = 1;
+    int width = 0;
+    int height = 0;
+    int rightOfLast = 0;
+    int belowLast = 0;
+};
+// The red of a flow map image, its borders wrapping or clamping as the image reads its pixels.
+FlowChannel RedOfFlowMap(const Image& flow);
+// A red channel held on its own, as rows of `width` bytes, clamping at its borders.
+FlowChannel ClampedFlowChannel(const std::uint8_t* red, int width, int height);
+
 // The grain of the flow map's red channel at every pixel, from the 2x2 block whose top-left corner it
-// is; the right and bottom neighbours of the last column and row wrap or clamp as the image does.
-void ComputeFlowOrientations(const Image& flow, Vector2D* values);
+// is.
+void ComputeFlowOrientations(const FlowChannel& flow, Vector2D* values);
 
 // One smoothing pass in place: each pixel at least two away from every border becomes the mean of its
 // 3x3 block, and the two-pixel frame becomes zero.
@@ -33,5 +54,5 @@ using AnisotropyFormats::AnisotropyFormat;
 // then written into the map in the given format; an unknown format leaves the map as it is, and the
 // angle-doubled format normalises the long vectors. When `values` is not null its rows [from, to)
 // receive the final array.
-void StreamAnisotropyRows(const Image& flow, int passes, int format, int from, int to, Image& map,
+void StreamAnisotropyRows(const FlowChannel& flow, int passes, int format, int from, int to, Image& map,
                           Vector2D* values);

@@ -70,62 +70,81 @@ void ImageProcessor::LoadImageSetByName(const std::array<std::string, kImageType
     LoadImageSetByName(filenames, flipY, std::bitset<kImageTypeCount>().set());
 }
 
+// One member as the loader leaves it: known by its size alone (from its header, or from the pixels it
+// was cut down to, then held in `red`), or decoded whole into `image`.
+struct ImageProcessor::ReadMember
+{
+    std::optional<std::pair<int, int>> size;
+    SheetVector<std::uint8_t> red;
+    std::unique_ptr<Image> image;
+};
+
+ImageProcessor::ReadMember ImageProcessor::Read(const std::string& filename, bool decode, bool redOnly)
+{
+    ReadMember member;
+    if (!decode && !filename.empty())
+        member.size = MeasureMember(filename);
+    if (member.size)
+        return member;
+    if (redOnly)
+    {
+        int redWidth = 0;
+        int redHeight = 0;
+        member.red = ReadRedChannel(filename, redWidth, redHeight);
+        if (!member.red.empty())
+        {
+            member.size = std::pair{redWidth, redHeight};
+            return member;
+        }
+    }
+    member.image = std::make_unique<Image>(filename);
+    // Files the fast reader leaves alone are decoded whole and cut down at once, so the next file
+    // decodes into the pages this one gives back.
+    if (redOnly && member.image->HasPlanes() && member.image->GetWidth() > 0 && member.image->GetHeight() > 0)
+    {
+        member.red = CopyRedChannel(*member.image);
+        member.size = std::pair{member.image->GetWidth(), member.image->GetHeight()};
+        member.image.reset();
+    }
+    return member;
+}
+
+void ImageProcessor::Install(ImageType type, ReadMember member, bool flipY)
+{
+    if (!member.size)
+    {
+        InstallLoadedImage(type, std::move(member.image), flipY);
+        return;
+    }
+    LoadDefaultImage(type);
+    if (type == ImageType::Palette)
+        images[type]->SetVerticalWrap(false);
+    sizedOnly.set(type);
+    memberSizes[type] = *member.size;
+    redChannels[type] = std::move(member.red);
+    ComputeBestDimensions();
+}
+
 void ImageProcessor::LoadImageSetByName(const std::array<std::string, kImageTypeCount>& filenames, bool flipY,
                                         const std::bitset<kImageTypeCount>& decode,
                                         const std::bitset<kImageTypeCount>& redOnly)
 {
     // Decoding dominates loading a big sheet and each file decodes on its own, so the files are read
     // side by side; they are then installed one kind after another exactly as single loads would be.
-    std::array<std::unique_ptr<Image>, kImageTypeCount> decoded;
-    std::array<std::optional<std::pair<int, int>>, kImageTypeCount> measured;
-    std::array<SheetVector<std::uint8_t>, kImageTypeCount> reds;
+    std::array<ReadMember, kImageTypeCount> members;
     std::atomic<int> next{0};
     ParallelFor(0, GetWorkerThreadCount(), [&](int, int) {
         for (int type = next++; type < kImageTypeCount; type = next++)
-        {
-            if (!decode.test(static_cast<std::size_t>(type)) && !filenames[type].empty())
-                measured[type] = MeasureMember(filenames[type]);
-            if (measured[type])
-                continue;
-            if (redOnly.test(static_cast<std::size_t>(type)))
-            {
-                int redWidth = 0;
-                int redHeight = 0;
-                reds[type] = ReadRedChannel(filenames[type], redWidth, redHeight);
-                if (!reds[type].empty())
-                {
-                    measured[type] = std::pair{redWidth, redHeight};
-                    continue;
-                }
-            }
-            decoded[type] = std::make_unique<Image>(filenames[type]);
-            // Files the fast reader leaves alone are decoded whole and cut down at once, so the next file
-            // decodes into the pages this one gives back.
-            if (redOnly.test(static_cast<std::size_t>(type)) && decoded[type]->HasPlanes() &&
-                decoded[type]->GetWidth() > 0 && decoded[type]->GetHeight() > 0)
-            {
-                reds[type] = CopyRedChannel(*decoded[type]);
-                measured[type] = std::pair{decoded[type]->GetWidth(), decoded[type]->GetHeight()};
-                decoded[type].reset();
-            }
-        }
+            members[type] = Read(filenames[type], decode.test(static_cast<std::size_t>(type)),
+                                 redOnly.test(static_cast<std::size_t>(type)));
     });
     for (int type = 0; type < kImageTypeCount; ++type)
-    {
-        const auto kind = static_cast<ImageType>(type);
-        if (!measured[type])
-        {
-            InstallLoadedImage(kind, std::move(decoded[type]), flipY);
-            continue;
-        }
-        LoadDefaultImage(kind);
-        if (kind == ImageType::Palette)
-            images[type]->SetVerticalWrap(false);
-        sizedOnly.set(kind);
-        memberSizes[type] = *measured[type];
-        redChannels[type] = std::move(reds[type]);
-        ComputeBestDimensions();
-    }
+        Install(static_cast<ImageType>(type), std::move(members[type]), flipY);
+}
+
+void ImageProcessor::LoadRedChannelByName(ImageType type, const std::string& filename)
+{
+    Install(type, Read(filename, true, true), false);
 }
 
 std::pair<int, int> ImageProcessor::GetMemberSize(ImageType type) const
@@ -193,6 +212,8 @@ std::pair<int, int> ImageProcessor::GetGenerationSize(ImageType output) const
     const ImageType source = output == ImageType::Aniso                                   ? ImageType::Flow
                              : output == ImageType::Palette || output == ImageType::Index ? ImageType::Diffuse
                                                                                           : output;
+    if (HoldsRedOnly(source))
+        return memberSizes[source];
     const Image* image = source != output ? GetImage(source) : nullptr;
     if (image != nullptr)
         return {image->GetWidth(), image->GetHeight()};

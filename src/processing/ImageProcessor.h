@@ -57,6 +57,8 @@ public:
     void LoadImageSetByName(const std::array<std::string, kImageTypeCount>& filenames, bool flipY,
                             const std::bitset<kImageTypeCount>& decode,
                             const std::bitset<kImageTypeCount>& redOnly = {});
+    // One member kept as its red channel alone, as the set loader keeps the kinds in `redOnly`.
+    void LoadRedChannelByName(ImageType type, const std::string& filename);
     // True for a member kept as its red channel alone.
     bool HoldsRedOnly(ImageType type) const { return !redChannels[type].empty(); }
     // True for a member known by its size alone: left undecoded, or released.
@@ -162,6 +164,11 @@ private:
     // [progressBase, progressBase + progressSpan) of the whole generation.
     void ReportProgress(float fractionOfStage) const;
     void InstallLoadedImage(ImageType type, std::unique_ptr<Image> image, bool flipY);
+    struct ReadMember;
+    // Reads one member of a set: measured only unless `decode`, cut down to its red channel if
+    // `redOnly`. Touches nothing of the processor, so members can be read side by side.
+    static ReadMember Read(const std::string& filename, bool decode, bool redOnly);
+    void Install(ImageType type, ReadMember member, bool flipY);
     void Log(const std::string& text) const;
     void ReportError(const std::string& message, const std::string& title) const;
     // True when a Diffuse image of exactly the working resolution can mask transparent pixels.

@@ -15,15 +15,18 @@ void ImageProcessor::GenerateAnisotropyMap(int expansionCount, int outputFormat,
 {
     Transaction work(*this, token);
     const Image* flow = GetImage(ImageType::Flow);
-    if (!IsLoaded(ImageType::Flow) || flow == nullptr || !flow->HasPlanes())
+    const bool redOnly = HoldsRedOnly(ImageType::Flow);
+    if (!redOnly && (!IsLoaded(ImageType::Flow) || flow == nullptr || !flow->HasPlanes()))
     {
         ReportError("To generate an anisotropy map, you need to load a flow map.", "No flow map");
         return;
     }
     Log("Beginning generation of anisotropy map...");
     // The flow map sets the size here, whatever the working resolution of the other maps.
-    const int flowWidth = flow->GetWidth();
-    const int flowHeight = flow->GetHeight();
+    const auto [flowWidth, flowHeight] = GetMemberSize(ImageType::Flow);
+    const FlowChannel red =
+        redOnly ? ClampedFlowChannel(redChannels[ImageType::Flow].data(), flowWidth, flowHeight)
+                : RedOfFlowMap(*flow);
     token.Report(0);
     auto map = std::make_unique<Image>(flowWidth, flowHeight);
     RequirePixels(*map);
@@ -37,7 +40,7 @@ void ImageProcessor::GenerateAnisotropyMap(int expansionCount, int outputFormat,
     for (int band = 0; band < kBands; ++band)
     {
         ParallelFor(flowHeight * band / kBands, flowHeight * (band + 1) / kBands, [&](int from, int to) {
-            StreamAnisotropyRows(*flow, passes, outputFormat, from, to, *map,
+            StreamAnisotropyRows(red, passes, outputFormat, from, to, *map,
                                  fresh.empty() ? nullptr : fresh.data());
         });
         token.Report(10 + 80 * (band + 1) / kBands);
@@ -66,7 +69,7 @@ void ImageProcessor::PopulateAnisotropyArray()
     if (transaction != nullptr)
         transaction->KeepAnisotropyArray(std::move(anisotropyArray));
     anisotropyArray = std::move(fresh);
-    ComputeFlowOrientations(*flow, anisotropyArray.data());
+    ComputeFlowOrientations(RedOfFlowMap(*flow), anisotropyArray.data());
     Log("Initial flow analysis complete.");
 }
 

@@ -1,4 +1,5 @@
 #include "core/Image.h"
+#include "processing/AnisotropyKernels.h"
 #include "reference/ReferenceAnisotropy.h"
 #include "support/ProcessorFixture.h"
 #include "support/TestImages.h"
@@ -174,4 +175,34 @@ TEST(AnisotropyFast, StandardFormatAgreesWithTheReferenceOnNoise)
             SameBytes(f.Generate(*flow, expansions, 0), *ReferenceAnisotropyMap(*flow, expansions, 0)))
             << expansions << " expansions";
     }
+}
+
+// A batch run reads only the red channel of the flow map, kept on its own; the map must come out as from
+// the whole image, whatever the other channels hold, in every format, including the clamped last row
+// and column.
+TEST(Anisotropy, FlowMapKeptAsItsRedChannelGivesTheSameMap)
+{
+    TempFolder folder;
+    std::mt19937 random(7);
+    std::uniform_int_distribution<int> byte(0, 255);
+    const auto flow = MakeImage(37, 23, [&](int x, int y) {
+        const int v = (x * 9 + y * y * 3) % 256;
+        return Colour(v / 255.0f, byte(random) / 255.0f, byte(random) / 255.0f, 1.0f);
+    });
+    ASSERT_TRUE(flow->SaveToDisk(folder.File("S_Flow.png")));
+    for (const int format : {AnisotropyFormat::StandardVectorFormat, AnisotropyFormat::AngleDoubledVectorFormat,
+                             AnisotropyFormat::OrientationAngleFormat})
+        for (const int expansions : {0, 2})
+        {
+            Fixture whole;
+            ProcessorFixture red;
+            red.processor.SetBatchMode(true);
+            red.processor.LoadRedChannelByName(ImageType::Flow, folder.File("S_Flow.png"));
+            ASSERT_TRUE(red.processor.HoldsRedOnly(ImageType::Flow));
+            EXPECT_EQ(red.processor.GetGenerationSize(ImageType::Aniso), (std::pair<int, int>{37, 23}));
+            red.processor.GenerateAnisotropyMap(expansions, format);
+            EXPECT_TRUE(SameBytes(whole.Generate(*flow, expansions, format),
+                                  *red.processor.GetImage(ImageType::Aniso)))
+                << "format " << format << ", " << expansions << " expansions";
+        }
 }
