@@ -10,12 +10,32 @@
 #include <array>
 #include <bitset>
 #include <fstream>
+#include <initializer_list>
 
 namespace {
 void Save(const Image& image, const std::string& path)
 {
     std::string error;
     ASSERT_TRUE(image.SaveToDisk(path, &error)) << error;
+}
+
+// The file of every member of the set `left` belongs to, in kind order.
+std::array<std::string, kImageTypeCount> MemberFiles(const std::string& left)
+{
+    const SuffixSet suffixes;
+    const ImageSet set(left, suffixes, true);
+    std::array<std::string, kImageTypeCount> names;
+    for (int type = 0; type < kImageTypeCount; ++type)
+        names[type] = set.GetFilenameOfType(ImageType(type), suffixes);
+    return names;
+}
+
+std::bitset<kImageTypeCount> Kinds(std::initializer_list<ImageType> types)
+{
+    std::bitset<kImageTypeCount> kinds;
+    for (const ImageType type : types)
+        kinds.set(type);
+    return kinds;
 }
 } // namespace
 
@@ -27,10 +47,9 @@ TEST(ImageProcessor, MissingMembersBecomeUncountedPlaceholders)
     std::ofstream(folder.File("Head_Right.png")) << "broken";
 
     ProcessorFixture f;
-    const SuffixSet suffixes;
-    const ImageSet set(folder.File("Head_Left.png"), suffixes, true);
+    const std::array<std::string, kImageTypeCount> names = MemberFiles(folder.File("Head_Left.png"));
     for (int type = 0; type < kImageTypeCount; ++type)
-        f.processor.LoadImageByName(ImageType(type), set.GetFilenameOfType(ImageType(type), suffixes), false);
+        f.processor.LoadImageByName(ImageType(type), names[type], false);
     EXPECT_TRUE(f.messages.empty());
     EXPECT_TRUE(f.processor.IsLoaded(ImageType::Left) && f.processor.IsLoaded(ImageType::Top));
     EXPECT_FALSE(f.processor.IsLoaded(ImageType::Right)); // unreadable
@@ -140,15 +159,9 @@ TEST(ImageProcessor, MeasuredMembersCountLikeDecodedOnes)
     Save(*MakeGrey(12, 12, [](int x, int y) { return (x + y) / 24.0f; }), folder.File("Head_Depth.png"));
     std::ofstream(folder.File("Head_Emissive.png")) << "not an image";
 
-    const SuffixSet suffixes;
-    const ImageSet set(folder.File("Head_Left.png"), suffixes, true);
-    std::array<std::string, kImageTypeCount> names;
-    for (int type = 0; type < kImageTypeCount; ++type)
-        names[type] = set.GetFilenameOfType(ImageType(type), suffixes);
-    std::bitset<kImageTypeCount> profiles;
-    for (const ImageType type : {ImageType::Top, ImageType::Bottom, ImageType::Left, ImageType::Right,
-                                 ImageType::Front, ImageType::Diffuse})
-        profiles.set(type);
+    const std::array<std::string, kImageTypeCount> names = MemberFiles(folder.File("Head_Left.png"));
+    const std::bitset<kImageTypeCount> profiles = Kinds({ImageType::Top, ImageType::Bottom, ImageType::Left,
+                                                         ImageType::Right, ImageType::Front, ImageType::Diffuse});
 
     ProcessorFixture full;
     ProcessorFixture partial;
@@ -217,17 +230,10 @@ TEST(ImageProcessor, ProfilesKeptAsTheirRedChannelMakeTheSameMaps)
             deep.setPixelColor(x, y, QColor((x * 19 + y * 5) % 256, (x * 3) % 256, y * 20));
     ASSERT_TRUE(deep.save(QString::fromStdString(folder.File("Head_Front.png"))));
 
-    const SuffixSet suffixes;
-    const ImageSet set(folder.File("Head_Left.png"), suffixes, true);
-    std::array<std::string, kImageTypeCount> names;
-    for (int type = 0; type < kImageTypeCount; ++type)
-        names[type] = set.GetFilenameOfType(ImageType(type), suffixes);
-    std::bitset<kImageTypeCount> profiles;
-    for (const ImageType type :
-         {ImageType::Top, ImageType::Bottom, ImageType::Left, ImageType::Right, ImageType::Front})
-        profiles.set(type);
-    std::bitset<kImageTypeCount> decode = profiles;
-    decode.set(ImageType::Diffuse);
+    const std::array<std::string, kImageTypeCount> names = MemberFiles(folder.File("Head_Left.png"));
+    const std::bitset<kImageTypeCount> profiles =
+        Kinds({ImageType::Top, ImageType::Bottom, ImageType::Left, ImageType::Right, ImageType::Front});
+    const std::bitset<kImageTypeCount> decode = profiles | Kinds({ImageType::Diffuse});
 
     // No normal map (the profiles' own size), a smaller one and a larger one deciding the working size.
     for (const auto& [normalWidth, normalHeight] : {std::pair{0, 0}, std::pair{8, 6}, std::pair{16, 14}})
