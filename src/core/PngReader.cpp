@@ -686,11 +686,6 @@ private:
 
     void WriteRed(const std::uint8_t* row, std::uint8_t* red)
     {
-        const int width = header.width;
-        const int step = header.colourType == kRgb    ? 3
-                         : header.colourType == kRgba ? 4
-                         : header.colourType == kGreyAlpha ? 2
-                                                           : 1;
         if (header.colourType == kPalette)
         {
             int largest = 0;
@@ -701,7 +696,9 @@ private:
             largestIndex = std::max(largestIndex, largest);
             return;
         }
-        for (int x = 0; x < width; ++x)
+        // Every other layout has 8-bit samples, red (or grey) first in each pixel.
+        const int step = header.filterStep;
+        for (int x = 0; x < header.width; ++x)
             red[x] = row[step * x];
     }
 
@@ -731,7 +728,7 @@ private:
     PlaneView<std::uint8_t> colour;
     PlaneView<std::uint8_t> alpha;
     bool redOnly;
-    bool direct; // rows unfilter straight into the colour plane
+    bool direct;                     // rows unfilter straight into the colour plane
     std::vector<std::uint8_t> zeros; // the row above the first
     std::vector<std::uint8_t> above; // the last unfiltered row of the previous band
     std::vector<std::uint8_t> raw;   // the band's unfiltered rows, when they cannot go to the planes

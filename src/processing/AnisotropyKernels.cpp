@@ -343,8 +343,13 @@ private:
 FlowChannel RedOfFlowMap(const Image& flow)
 {
     const PlaneView<const std::uint8_t> plane = flow.ColourView();
-    return {plane.data,          static_cast<std::size_t>(plane.stride), 3, plane.width, plane.height,
-            flow.MapX(plane.width), flow.MapY(plane.height)};
+    return {plane.data,
+            static_cast<std::size_t>(plane.stride),
+            3,
+            plane.width,
+            plane.height,
+            flow.MapX(plane.width),
+            flow.MapY(plane.height)};
 }
 
 FlowChannel ClampedFlowChannel(const std::uint8_t* red, int width, int height)

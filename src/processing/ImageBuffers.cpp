@@ -13,46 +13,43 @@ int ChannelOffset(Channel channel)
 {
     return channel == Channel::Green ? 1 : channel == Channel::Blue ? 2 : 0;
 }
-} // namespace
 
-SheetVector<std::uint8_t> ReadChannelBytes(const Image& image, Channel channel, int width, int height)
+// A width x height grid of bytes from a plane: `step` bytes apart along rows `stride` apart from `first`,
+// with coordinates beyond the plane placed by mapX and mapY. A plane that covers the grid is read as it
+// lies.
+template <typename MapX, typename MapY>
+SheetVector<std::uint8_t> SampleGrid(const std::uint8_t* first, std::size_t stride, int step, int planeWidth,
+                                     int planeHeight, int width, int height, MapX mapX, MapY mapY)
 {
     SheetVector<std::uint8_t> out(static_cast<std::size_t>(width) * height);
-    if (!image.HasPlanes())
-        return out;
-    const bool isAlpha = channel == Channel::Alpha;
-    const PlaneView<const std::uint8_t> plane = isAlpha ? image.AlphaView() : image.ColourView();
-    const int step = isAlpha ? 1 : 3;
-    const int offset = isAlpha ? 0 : ChannelOffset(channel);
-    const bool direct = plane.width >= width && plane.height >= height;
+    const bool direct = planeWidth >= width && planeHeight >= height;
     ParallelFor(0, height, [&](int from, int to) {
         for (int y = from; y < to; ++y)
         {
             std::uint8_t* dst = out.data() + static_cast<std::size_t>(y) * width;
-            const std::uint8_t* row = plane.Row(direct ? y : image.MapY(y)) + offset;
+            const std::uint8_t* row = first + static_cast<std::size_t>(direct ? y : mapY(y)) * stride;
             if (direct)
                 for (int x = 0; x < width; ++x)
                     dst[x] = row[step * x];
             else
                 for (int x = 0; x < width; ++x)
-                    dst[x] = row[step * image.MapX(x)];
+                    dst[x] = row[step * mapX(x)];
         }
     });
     return out;
 }
+} // namespace
 
-SheetVector<std::uint8_t> CopyRedChannel(const Image& image)
+SheetVector<std::uint8_t> ReadChannelBytes(const Image& image, Channel channel, int width, int height)
 {
-    const PlaneView<const std::uint8_t> plane = image.ColourView();
-    SheetVector<std::uint8_t> out(static_cast<std::size_t>(plane.width) * plane.height);
-    for (int y = 0; y < plane.height; ++y)
-    {
-        const std::uint8_t* row = plane.Row(y);
-        std::uint8_t* dst = out.data() + static_cast<std::size_t>(y) * plane.width;
-        for (int x = 0; x < plane.width; ++x)
-            dst[x] = row[3 * x];
-    }
-    return out;
+    if (!image.HasPlanes())
+        return SheetVector<std::uint8_t>(static_cast<std::size_t>(width) * height);
+    const bool isAlpha = channel == Channel::Alpha;
+    const PlaneView<const std::uint8_t> plane = isAlpha ? image.AlphaView() : image.ColourView();
+    return SampleGrid(
+        plane.data + (isAlpha ? 0 : ChannelOffset(channel)), static_cast<std::size_t>(plane.stride),
+        isAlpha ? 1 : 3, plane.width, plane.height, width, height, [&](int x) { return image.MapX(x); },
+        [&](int y) { return image.MapY(y); });
 }
 
 SheetVector<std::uint8_t> ReadRedChannel(const std::string& filename, int& width, int& height)
@@ -81,17 +78,10 @@ SheetVector<std::uint8_t> ReadRedChannel(const std::string& filename, int& width
 SheetVector<std::uint8_t> SampleBytes(const std::uint8_t* plane, int planeWidth, int planeHeight, int width,
                                       int height)
 {
-    SheetVector<std::uint8_t> out(static_cast<std::size_t>(width) * height);
-    ParallelFor(0, height, [&](int from, int to) {
-        for (int y = from; y < to; ++y)
-        {
-            const std::uint8_t* row = plane + static_cast<std::size_t>(std::min(y, planeHeight - 1)) * planeWidth;
-            std::uint8_t* dst = out.data() + static_cast<std::size_t>(y) * width;
-            for (int x = 0; x < width; ++x)
-                dst[x] = row[std::min(x, planeWidth - 1)];
-        }
-    });
-    return out;
+    return SampleGrid(
+        plane, static_cast<std::size_t>(planeWidth), 1, planeWidth, planeHeight, width, height,
+        [=](int x) { return std::min(x, planeWidth - 1); },
+        [=](int y) { return std::min(y, planeHeight - 1); });
 }
 
 SheetVector<float> ReadChannel(const Image& image, Channel channel, int width, int height)

@@ -21,9 +21,6 @@ enum class Channel
 
 SheetVector<float> ReadChannel(const Image& image, Channel channel, int width, int height);
 SheetVector<std::uint8_t> ReadChannelBytes(const Image& image, Channel channel, int width, int height);
-// The red channel of the whole image, on the calling thread alone (for loaders that already run one
-// file per thread).
-SheetVector<std::uint8_t> CopyRedChannel(const Image& image);
 // The red channel of a PNG file in a layout the fast reader handles, decoded without the other channels
 // ever being stored, with its size; empty for any other file, which the caller then loads as an Image.
 SheetVector<std::uint8_t> ReadRedChannel(const std::string& filename, int& width, int& height);

@@ -102,7 +102,8 @@ ImageProcessor::ReadMember ImageProcessor::Read(const std::string& filename, boo
     // decodes into the pages this one gives back.
     if (redOnly && member.image->HasPlanes() && member.image->GetWidth() > 0 && member.image->GetHeight() > 0)
     {
-        member.red = CopyRedChannel(*member.image);
+        member.red = ReadChannelBytes(*member.image, Channel::Red, member.image->GetWidth(),
+                                      member.image->GetHeight());
         member.size = std::pair{member.image->GetWidth(), member.image->GetHeight()};
         member.image.reset();
     }

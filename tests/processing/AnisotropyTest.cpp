@@ -190,8 +190,9 @@ TEST(Anisotropy, FlowMapKeptAsItsRedChannelGivesTheSameMap)
         return Colour(v / 255.0f, byte(random) / 255.0f, byte(random) / 255.0f, 1.0f);
     });
     ASSERT_TRUE(flow->SaveToDisk(folder.File("S_Flow.png")));
-    for (const int format : {AnisotropyFormat::StandardVectorFormat, AnisotropyFormat::AngleDoubledVectorFormat,
-                             AnisotropyFormat::OrientationAngleFormat})
+    for (const int format :
+         {AnisotropyFormat::StandardVectorFormat, AnisotropyFormat::AngleDoubledVectorFormat,
+          AnisotropyFormat::OrientationAngleFormat})
         for (const int expansions : {0, 2})
         {
             Fixture whole;

@@ -160,8 +160,9 @@ TEST(ImageProcessor, MeasuredMembersCountLikeDecodedOnes)
     std::ofstream(folder.File("Head_Emissive.png")) << "not an image";
 
     const std::array<std::string, kImageTypeCount> names = MemberFiles(folder.File("Head_Left.png"));
-    const std::bitset<kImageTypeCount> profiles = Kinds({ImageType::Top, ImageType::Bottom, ImageType::Left,
-                                                         ImageType::Right, ImageType::Front, ImageType::Diffuse});
+    const std::bitset<kImageTypeCount> profiles =
+        Kinds({ImageType::Top, ImageType::Bottom, ImageType::Left, ImageType::Right, ImageType::Front,
+               ImageType::Diffuse});
 
     ProcessorFixture full;
     ProcessorFixture partial;
